@@ -1,0 +1,29 @@
+# The two commands of the README:
+#   make test   set up, build everything, run the whole test suite
+#   make demo   set up, build, run the tour
+BUILD ?= build
+JOBS ?= $(shell nproc)
+CMAKE_ARGS ?=
+
+.PHONY: all setup configure build test demo install clean
+
+all: build
+
+configure:
+	cmake -S . -B $(BUILD) -G Ninja $$(./scripts/setup.sh) $(CMAKE_ARGS)
+
+build: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+demo: build
+	mkdir -p $(BUILD)/tour
+	OVUTILITY_TOUR_OUTPUT=$(BUILD)/tour $(BUILD)/bin/ovTour
+
+install: build
+	cmake --install $(BUILD)
+
+clean:
+	rm -rf $(BUILD)

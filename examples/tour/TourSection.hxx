@@ -1,0 +1,27 @@
+#ifndef ovUtility_TourSection_hxx_seen
+#define ovUtility_TourSection_hxx_seen
+
+// The tour is one program with a section per family of the library.  Each
+// section is a file of its own that registers a function with an order key;
+// main runs the sections in the order of their keys.
+
+#include <map>
+#include <string>
+
+namespace tour {
+    typedef void (*Section)();
+
+    /// The sections by order key.
+    std::map<int, std::pair<std::string, Section> >& Sections();
+
+    struct Register {
+        Register(int order, const char* title, Section section) {
+            Sections()[order] = std::make_pair(std::string(title), section);
+        }
+    };
+
+    /// Where the tour writes its pictures.
+    std::string OutputPath(const std::string& file);
+}
+
+#endif

@@ -1,0 +1,88 @@
+#ifndef ORVEX_HitUtilities_hxx_seen
+#define ORVEX_HitUtilities_hxx_seen
+
+#include <functional>
+
+#include <IHandle.hxx>
+#include <IHit.hxx>
+#include <IHitKinds.hxx>
+#include <IHitSelection.hxx>
+
+#include "IHitFilter.hxx"
+
+/// Set arithmetic on hits.  Two hits are the same when they share a leaf
+/// hit, never because their fields agree.
+namespace hits {
+    using ORVEX::IHandle;
+    using ORVEX::IHit;
+    using ORVEX::IHitSelection;
+
+    /// True when both handles refer to one object.
+    bool Equal(const IHandle<IHit>& a, const IHandle<IHit>& b);
+
+    /// True when the two hits share at least one leaf hit.
+    bool Equiv(const IHandle<IHit>& a, const IHandle<IHit>& b);
+
+    /// Remove in place, keeping the order, every hit of `hits` that
+    /// overlaps (Equiv) any hit of `other`.
+    void Subtract(IHitSelection& hits, const IHitSelection& other);
+
+    /// Sort `hits` by signed geometry id and keep one hit per id.  Which of
+    /// several hits of one id survives is not fixed.
+    void Unique(IHitSelection& hits);
+
+    /// Write the leaves of `h` to `result`, depth first: a hit that isn't
+    /// a combo hit (a null handle too) is its own leaf.
+    template <typename OutputIterator>
+    void UnpackHits(const IHandle<IHit>& h, OutputIterator result);
+
+    class IOverlappedHitFilter;
+
+// std::binary_function is deprecated, but callers' generic code may still
+// read its typedefs, so the comparators keep it as their base.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    /// Orders hits by signed geometry id.
+    struct geomIdLessThan
+        : public std::binary_function<IHandle<IHit>, IHandle<IHit>, bool> {
+        bool operator()(IHandle<IHit> lhs, IHandle<IHit> rhs) const {
+            return lhs->GetGeomId().AsInt() < rhs->GetGeomId().AsInt();
+        }
+    };
+
+    /// Hits of the same geometry id.
+    struct geomIdEquals
+        : public std::binary_function<IHandle<IHit>, IHandle<IHit>, bool> {
+        bool operator()(IHandle<IHit> lhs, IHandle<IHit> rhs) const {
+            return lhs->GetGeomId().AsInt() == rhs->GetGeomId().AsInt();
+        }
+    };
+#pragma GCC diagnostic pop
+}
+
+/// Keeps the hits that overlap nothing in a selection.  The selection is
+/// referred to, not copied, and must outlive the filter.
+class hits::IOverlappedHitFilter : public ORVEX::IHitFilter {
+public:
+    explicit IOverlappedHitFilter(const IHitSelection& hits) : fHits(hits) {}
+    virtual bool operator()(const IHandle<IHit>& c) const;
+
+private:
+    const IHitSelection& fHits;
+};
+
+template <typename OutputIterator>
+void hits::UnpackHits(const IHandle<IHit>& h, OutputIterator result) {
+    IHandle<ORVEX::IComboHit> c(h);
+    if (!c) {
+        *result = h;
+        return;
+    }
+    const IHitSelection& members = c->GetHits();
+    for (IHitSelection::const_iterator member = members.begin();
+         member != members.end(); ++member) {
+        UnpackHits(*member, result);
+    }
+}
+
+#endif
