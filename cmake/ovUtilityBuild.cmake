@@ -50,3 +50,27 @@ function(ovutility_add_dictionary name header linkdef target incdir)
   target_sources(${target} PRIVATE ${dictdir}/${name}.cxx)
   install(FILES ${pcm} ${rootmap} DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
+
+# -DOVUTILITY_ONLY="UnitA;UnitB" builds only those units of the library, with
+# their tests, benchmarks and tour sections, beside the foundation (hit
+# utilities, version record, ROOT smoke test, host tests).  For working on
+# one family while another is half-written; empty means everything.
+set(OVUTILITY_ONLY "" CACHE STRING "Build only these library units (empty: all)")
+set(OVUTILITY_FOUNDATION HitUtilities IovUtility_version ROOT host main hits)
+function(ovutility_select_units files_var)
+  if(NOT OVUTILITY_ONLY)
+    return()
+  endif()
+  set(kept)
+  foreach(file ${${files_var}})
+    get_filename_component(name ${file} NAME)
+    foreach(unit ${OVUTILITY_ONLY} ${OVUTILITY_FOUNDATION})
+      string(FIND "${name}" "${unit}" at)
+      if(NOT at EQUAL -1)
+        list(APPEND kept ${file})
+        break()
+      endif()
+    endforeach()
+  endforeach()
+  set(${files_var} ${kept} PARENT_SCOPE)
+endfunction()
