@@ -1,5 +1,7 @@
 #include "IHandle.hxx"
 
+#include <TROOT.h>
+
 ORVEX::IHandleBase::~IHandleBase() {}
 
 ORVEX::IHandleBaseDeletable::~IHandleBaseDeletable() { delete fObject; }
@@ -40,11 +42,10 @@ void ORVEX::IVHandle::Adopt(TObject* object) {
 
 void ORVEX::IVHandle::ls(Option_t* opt) const {
     TObject* object = GetPointerValue();
-    std::cout << "Handle(" << GetReferenceCount() << ")";
     if (object) {
-        std::cout << " -> ";
         object->ls(opt);
     } else {
-        std::cout << " -> NULL" << std::endl;
+        TROOT::IndentLevel();
+        std::cout << "NULL handle" << std::endl;
     }
 }

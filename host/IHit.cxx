@@ -2,6 +2,10 @@
 #include "IHitKinds.hxx"
 #include "IHitSelection.hxx"
 
+#include <cxxabi.h>
+#include <cstdlib>
+#include <typeinfo>
+
 #include <TROOT.h>
 
 ORVEX::IHit::~IHit() {}
@@ -31,9 +35,12 @@ void ORVEX::ISingleHit::SetMeasures(bool x, bool y, bool z) {
 
 void ORVEX::ISingleHit::ls(Option_t*) const {
     TROOT::IndentLevel();
-    std::cout << ClassName() << " id " << fGeomId << " charge " << fCharge
+    int status = 0;
+    char* name = abi::__cxa_demangle(typeid(*this).name(), NULL, NULL, &status);
+    std::cout << (status == 0 ? name : typeid(*this).name()) << " id " << fGeomId << " charge " << fCharge
               << " at (" << fPosition.X() << ", " << fPosition.Y() << ", "
               << fPosition.Z() << ")" << std::endl;
+    std::free(name);
 }
 
 ORVEX::IHitSelection::~IHitSelection() {}
