@@ -32,18 +32,20 @@ function(ovutility_add_dictionary name header linkdef target incdir)
   set(libname ${CMAKE_SHARED_LIBRARY_PREFIX}${target})
   set(pcm ${libdir}/${libname}_${name}_rdict.pcm)
   set(rootmap ${libdir}/${libname}_${name}.rootmap)
-  set(include_flags -I${incdir})
-  foreach(dir ${ROOT_INCLUDE_DIRS} ${CMAKE_SOURCE_DIR}/host)
-    list(APPEND include_flags -I${dir})
-  endforeach()
+  file(MAKE_DIRECTORY ${dictdir})
+  # Relative to where rootcling runs: the dictionary records its include
+  # paths, and absolute ones would lead an installed library back here.
+  file(RELATIVE_PATH incdir_from_dict ${dictdir} ${incdir})
+  file(RELATIVE_PATH host_from_dict ${dictdir} ${CMAKE_SOURCE_DIR}/host)
+  set(include_flags -I${incdir_from_dict} -I${host_from_dict})
   add_custom_command(
     OUTPUT ${dictdir}/${name}.cxx ${pcm} ${rootmap}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${dictdir} ${libdir}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${libdir}
     COMMAND $<TARGET_FILE:ROOT::rootcling> -f ${dictdir}/${name}.cxx
             -s ${libdir}/${libname}_${name}
             -rml ${libname}${CMAKE_SHARED_LIBRARY_SUFFIX} -rmf ${rootmap}
             ${include_flags} ${header} ${linkdef}
-    WORKING_DIRECTORY ${incdir}
+    WORKING_DIRECTORY ${dictdir}
     DEPENDS ${incdir}/${header} ${incdir}/${linkdef}
     COMMENT "Generating the ROOT dictionary ${name}"
     VERBATIM)
