@@ -15,17 +15,15 @@ venv="$here/.venv"
 log() { echo "setup: $*" >&2; }
 
 install_debian_packages() {
-    local wanted=(g++ make cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev python3)
+    local wanted=(g++ make cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev)
+    # python3 with its venv module may come from elsewhere than Debian
+    # (pyenv, a module system); Debian's is installed only when none works.
+    python3 -c 'import ensurepip, venv' 2>/dev/null || wanted+=(python3 python3-venv)
     local missing=()
     for package in "${wanted[@]}"; do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' \
             || missing+=("$package")
     done
-    # python3 may come from elsewhere than Debian (pyenv, a module system).
-    if command -v python3 >/dev/null; then
-        missing=("${missing[@]/python3}")
-    fi
-    missing=($(printf '%s\n' "${missing[@]}" | grep . || true))
     [ ${#missing[@]} -eq 0 ] && return
     log "installing Debian packages: ${missing[*]}"
     local sudo=""
