@@ -847,6 +847,53 @@ TYPED_TEST(MinuitEngine, ExceptionsFromEvaluatePassThrough) {
     EXPECT_EQ(func.fCalls, 5);
 }
 
+namespace {
+    CountingBowl* gBareFunction = nullptr;
+
+    void BareFcn(Int_t&, Double_t*, Double_t& f, Double_t* par, Int_t) {
+        f = gBareFunction->Value(par);
+    }
+}
+
+TYPED_TEST(MinuitEngine, StepsLikeABareMinuitDrivenByHand) {
+    // The same definitions and the same single command on a plain TMinuit
+    // give the same point, the same number of calls and the same status.
+    CountingBowl func = DeepBowl();
+    func.SetScale(1, 0.3);
+    TypeParam engine(func);
+    engine.SetPrintLevel(-1);
+    double par[3] = {3.0, 3.0, -3.0};
+    engine.Optimize(3, par);
+
+    CountingBowl reference = DeepBowl();
+    gBareFunction = &reference;
+    TMinuit bare(3);
+    bare.SetPrintLevel(-1);
+    bare.SetFCN(BareFcn);
+    int ierr = 0;
+    const double start[3] = {3.0, 3.0, -3.0};
+    const double step[3] = {1.0, 0.3, 1.0};
+    for (int i = 0; i < 3; ++i) bare.mnparm(i, Form("P%2.2d", i), start[i], step[i], 0, 0, ierr);
+    double arglist[1] = {0.0};
+    bare.mnexcm(CommandOf(engine), arglist, 0, ierr);
+    gBareFunction = nullptr;
+
+    EXPECT_EQ(engine.GetStatus(), ierr);
+    EXPECT_EQ(engine.fNfcn, bare.fNfcn);
+    for (int i = 0; i < 3; ++i) {
+        double value, error;
+        bare.GetParameter(i, value, error);
+        EXPECT_EQ(par[i], value);
+        for (int j = 0; j < 3; ++j) {
+            // Minuit leaves the array alone when it has no matrix (after
+            // SIMPLEX), where the engine reads 0.0.
+            double matrix[9] = {0.0};
+            bare.mnemat(matrix, 3);
+            EXPECT_EQ(engine.GetCovariance(i, j), matrix[i * 3 + j]);
+        }
+    }
+}
+
 // ---------------------------------------------------------------- fits
 
 TYPED_TEST(MinuitEngine, BowlsEndAtTheirCentresWithTheInverseMatrixAsCovariance) {
