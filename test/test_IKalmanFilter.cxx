@@ -2,6 +2,7 @@
 // model, the seven shape assertions, and a track followed to its slope.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <random>
