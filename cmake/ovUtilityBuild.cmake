@@ -44,7 +44,7 @@ function(ovutility_add_dictionary name header linkdef target incdir)
     COMMAND $<TARGET_FILE:ROOT::rootcling> -f ${dictdir}/${name}.cxx
             -s ${libdir}/${libname}_${name}
             -rml ${libname}${CMAKE_SHARED_LIBRARY_SUFFIX} -rmf ${rootmap}
-            ${include_flags} ${header} ${linkdef}
+            -inlineInputHeader ${include_flags} ${header} ${linkdef}
     WORKING_DIRECTORY ${dictdir}
     DEPENDS ${incdir}/${header} ${incdir}/${linkdef}
     COMMENT "Generating the ROOT dictionary ${name}"
