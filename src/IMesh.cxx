@@ -1,0 +1,88 @@
+#include "IMesh.hxx"
+
+#include <TVirtualPad.h>
+
+ORVEX::IMesh::IMesh() : fUnitXLength(1.0), fUnitYLength(1.0) {}
+
+ORVEX::IMesh::~IMesh() {
+    // Points first, with their edge sets emptied so that a point doesn't
+    // delete edges the mesh still lists; then the edges, cut loose from
+    // their ends, which are gone by now.
+    for (IMeshPoint* point : fPoints) {
+        point->ReleaseEdges();
+        delete point;
+    }
+    for (IMeshEdge* edge : fEdges) {
+        edge->fHead = nullptr;
+        edge->fTail = nullptr;
+        delete edge;
+    }
+}
+
+ORVEX::IMeshPoint* ORVEX::IMesh::AddPoint(IMeshPoint* point) {
+    std::pair<TMeshPointSet::iterator, bool> inserted = fPoints.insert(point);
+    IMeshPoint* stored = *inserted.first;
+    if (stored != point) delete point;
+    return stored;
+}
+
+ORVEX::IMeshEdge* ORVEX::IMesh::AddEdge(IMeshEdge* edge) {
+    TMeshEdgeSet::iterator found = fEdges.find(edge);
+    if (found != fEdges.end() && *found != edge) {
+        delete edge;
+        edge = *found;
+    }
+    // Deliberately the base AddPoint: a mesh that overrides AddPoint (the
+    // triangulation) must not be re-entered when edges are added.
+    IMesh::AddPoint(edge->GetHead())->AddEdge(edge);
+    IMesh::AddPoint(edge->GetTail())->AddEdge(edge);
+    fEdges.insert(edge);
+    return edge;
+}
+
+ORVEX::TMeshPointSet& ORVEX::IMesh::GetPoints() { return fPoints; }
+
+ORVEX::IMesh::PointIterator ORVEX::IMesh::BeginPoints() { return fPoints.begin(); }
+
+ORVEX::IMesh::PointIterator ORVEX::IMesh::EndPoints() { return fPoints.end(); }
+
+ORVEX::TMeshEdgeSet& ORVEX::IMesh::GetEdges() { return fEdges; }
+
+ORVEX::IMesh::EdgeIterator ORVEX::IMesh::BeginEdges() { return fEdges.begin(); }
+
+ORVEX::IMesh::EdgeIterator ORVEX::IMesh::EndEdges() { return fEdges.end(); }
+
+void ORVEX::IMesh::RemoveEdge(IMeshEdge* edge) {
+    fEdges.erase(fEdges.find(edge));
+    delete edge;
+}
+
+void ORVEX::IMesh::SetUnitXLength(double unitLength) { fUnitXLength = unitLength; }
+
+void ORVEX::IMesh::SetUnitYLength(double unitLength) { fUnitYLength = unitLength; }
+
+void ORVEX::IMesh::SetUnitLength(double unitLength) {
+    SetUnitXLength(unitLength);
+    SetUnitYLength(unitLength);
+}
+
+void ORVEX::IMesh::ToPad(const IMeshPoint* point, double& x, double& y) const {
+    x = TVirtualPad::Pad()->XtoPad(point->X() / fUnitXLength);
+    y = TVirtualPad::Pad()->YtoPad(point->Y() / fUnitYLength);
+}
+
+void ORVEX::IMesh::Paint(Option_t* /*opt*/) {
+    TAttMarker::Modify();
+    TAttLine::Modify();
+    for (PointIterator p = BeginPoints(); p != EndPoints(); ++p) {
+        double x, y;
+        ToPad(*p, x, y);
+        TVirtualPad::Pad()->PaintPolyMarker(-1, &x, &y, "");
+    }
+    for (EdgeIterator e = BeginEdges(); e != EndEdges(); ++e) {
+        double x1, y1, x2, y2;
+        ToPad((*e)->GetHead(), x1, y1);
+        ToPad((*e)->GetTail(), x2, y2);
+        TVirtualPad::Pad()->PaintLine(x1, y1, x2, y2);
+    }
+}
