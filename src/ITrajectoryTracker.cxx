@@ -40,10 +40,12 @@ ORVEX::ITrajectoryTracker::ITrajectoryTracker() {
     // it, "gamma" is there and nothing more is to be done.
     if (fPDGDatabase->GetParticle("gamma")) return;
 
+    // Without ROOTSYS there is no place to look, and the table is missing.
     const char* rootsys = gSystem->Getenv("ROOTSYS");
     const char* places[] = {"%s/etc/pdg_table.txt", "%s/pdg_table.txt",
                             "%s/root/etc/pdg_table.txt"};
     for (const char* place : places) {
+        if (!rootsys) break;
         TString name = Form(place, rootsys);
         if (FileExists(name)) {
             fPDGDatabase->ReadPDGTable(name);
