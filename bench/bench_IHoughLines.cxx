@@ -1,0 +1,90 @@
+// Filling a Hough space and resolving its shared points.
+//
+// The space is 1 m square with 10 mm lines.  The coherence length is held
+// at 400 mm, so the 128 angle rows stay the same and the oversampling
+// changes only the number of radius bins and the bins filled per row.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <utility>
+#include <vector>
+
+#include <TRandom3.h>
+
+#include <IHoughLines.hxx>
+
+using namespace ORVEX;
+
+namespace {
+    class BenchPoint : public IHoughPoint {
+    public:
+        BenchPoint(double x, double y) : fX(x), fY(y) {}
+        double GetX() const override { return fX; }
+        double GetY() const override { return fY; }
+
+    private:
+        double fX, fY;
+    };
+
+    typedef std::vector<std::pair<double, double> > Positions;
+
+    // Half the points on four straight tracks, half uniform noise.
+    Positions Event(int count) {
+        TRandom3 random(1234);
+        Positions positions;
+        const double angles[] = {0.4, -0.5, 1.3, -1.1};
+        const double radii[] = {-200, 250, 20, -50};
+        int perTrack = count / 8;
+        for (int t = 0; t < 4; ++t) {
+            double c = std::cos(angles[t]), s = std::sin(angles[t]);
+            for (int i = 0; i < perTrack; ++i) {
+                double along = -300 + 600.0 * i / perTrack;
+                double across = radii[t] + random.Gaus(0, 1.0);
+                positions.push_back(std::make_pair(along * c - across * s,
+                                                   along * s + across * c));
+            }
+        }
+        while (int(positions.size()) < count) {
+            positions.push_back(std::make_pair(random.Uniform(-500, 500),
+                                               random.Uniform(-500, 500)));
+        }
+        return positions;
+    }
+
+    void Fill(IHoughLines& space, const Positions& positions) {
+        for (const auto& p : positions) space.AddPoint(new BenchPoint(p.first, p.second));
+    }
+
+    // Arguments: point count, oversampling.
+    void BM_AddPoint(benchmark::State& state) {
+        IHoughLines space(-500, -500, 500, 500, 10, state.range(1), 400);
+        Positions positions = Event(state.range(0));
+        for (auto _ : state) {
+            Fill(space, positions);
+            state.PauseTiming();
+            space.Clear();
+            state.ResumeTiming();
+        }
+        state.SetItemsProcessed(state.iterations() * state.range(0));
+    }
+    BENCHMARK(BM_AddPoint)
+        ->ArgsProduct({{1000, 10000}, {1, 2, 4}})
+        ->Unit(benchmark::kMillisecond);
+
+    // Arguments: point count, oversampling.
+    void BM_RemoveShared(benchmark::State& state) {
+        IHoughLines space(-500, -500, 500, 500, 10, state.range(1), 400);
+        Positions positions = Event(state.range(0));
+        for (auto _ : state) {
+            state.PauseTiming();
+            space.Clear();
+            Fill(space, positions);
+            state.ResumeTiming();
+            space.RemoveShared(1.0);
+        }
+        state.SetItemsProcessed(state.iterations() * state.range(0));
+    }
+    BENCHMARK(BM_RemoveShared)
+        ->ArgsProduct({{125, 250, 500}, {1, 2, 4}})
+        ->Unit(benchmark::kMillisecond);
+}
