@@ -892,6 +892,66 @@ TEST_F(HandMadeLines, RemoveFromLinesWarnsOfStaleLink) {
     EXPECT_EQ(fDebug.str(), "");
 }
 
+TEST_F(HandMadeLines, EachReportAppearsFromItsOwnLevelUp) {
+    XYPoint* point = Point(1);
+    IHoughLine& heavy = Line(10);
+    IHoughLine& stale = Line(20);
+    IHoughLine& foreign = Line(30);
+    heavy.AddPoint(point);
+    Fill(heavy, 2, 2);
+    stale.AddPoint(point);
+    stale.Clear();
+    const std::string severe =
+        DebugLine("SEVERE", "Angle index out of range -1") +
+        DebugLine("SEVERE", "GetLinesIndex: Angle out of range 30 60 30") +
+        DebugLine("SEVERE", "GetLinesIndex: Radius out of range -30 59 29");
+    const std::string warnings =
+        DebugLine("WARNING", "ORVEX::IHoughPoint::KeepLine: Line doesn't contain point") +
+        DebugLine("WARNING", "ORVEX::IHoughPoint::RemoveFromLines: OUCH! Point not in line") +
+        DebugLine("WARNING", "RemoveFromLines: OUCH! Point not in line");
+    const IORVEXLog::ErrorPriority levels[] = {
+        IORVEXLog::SilentLevel, IORVEXLog::ErrorLevel, IORVEXLog::SevereLevel,
+        IORVEXLog::WarnLevel,   IORVEXLog::DebugLevel, IORVEXLog::TraceLevel};
+    for (IORVEXLog::ErrorPriority level : levels) {
+        fDebug.str("");
+        IORVEXLog::SetDebugLevel(level);
+        fSpace.GetAngleBin(-1);
+        fSpace.GetLinesIndex(30, 0);
+        fSpace.GetLinesIndex(0, -30);
+        point->KeepLine(&foreign);
+        point->KeepLine(&heavy);
+        point->RemoveFromLines(0.5);
+        std::string expected = (level >= IORVEXLog::SevereLevel ? severe : "") +
+                               (level >= IORVEXLog::WarnLevel ? warnings : "");
+        if (expected.empty()) {
+            EXPECT_EQ(fDebug.str(), "") << "level " << level;
+        } else {
+            EXPECT_TRUE(Matches(fDebug.str(), expected)) << "level " << level << "\n"
+                                                         << fDebug.str();
+        }
+        // Nothing changed: the stale link stays, the heavy line holds on.
+        EXPECT_EQ(point->GetLines(), IHoughPoint::Lines({&heavy, &stale}));
+    }
+}
+
+TEST_F(Hough, SummaryAppearsFromInfoLevelUp) {
+    const IORVEXLog::LogPriority levels[] = {IORVEXLog::QuietLevel, IORVEXLog::LogLevel,
+                                             IORVEXLog::InfoLevel, IORVEXLog::VerboseLevel};
+    for (IORVEXLog::LogPriority level : levels) {
+        fLog.str("");
+        IORVEXLog::SetLogLevel(level);
+        IHoughLines space(-100, -100, 100, 100, 10, 2, 100);
+        std::string expected =
+            level >= IORVEXLog::InfoLevel
+                ? "%% HoughLines Space [ -100 mm -- 100 mm] by [-100 mm -- 100 mm]\n"
+                  "%%     Angular Binning: 34 (5.45455 degree)\n"
+                  "%%     Radial Binning:  59 (10 mm wide and 5 mm apart)\n"
+                : "";
+        EXPECT_EQ(fLog.str(), expected) << "level " << level;
+    }
+    EXPECT_EQ(fDebug.str(), "");
+}
+
 //////////////////////////////////////////////////////////////////////
 // Resolving shared points
 
