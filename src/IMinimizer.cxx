@@ -147,12 +147,12 @@ int ORVEX::IMinuitEngine::Minimize(int nPar, double* par) {
     // no limits; what mnparm says about a definition is not looked at.
     for (int i = 0; i < nPar; ++i) {
         TString name(fFunction.GetParameterName(i));
-        mnparm(i, name, par[i], fFunction.GetScale(i), 0.0, 0.0, ierr);
+        TMinuit::mnparm(i, name, par[i], fFunction.GetScale(i), 0.0, 0.0, ierr);
     }
     // With an argument count of 0 no call limit and no tolerance are passed,
     // so Minuit's own defaults hold and the arguments are never read.
     double arglist[4];
-    mnexcm(MinuitCommand(), arglist, 0, ierr);
+    TMinuit::mnexcm(MinuitCommand(), arglist, 0, ierr);
     fStatus = ierr;
     for (int i = 0; i < nPar; ++i) par[i] = GetParameter(i);
     // The minimum is the function's own value at the result, not Minuit's.
@@ -176,14 +176,14 @@ double ORVEX::IMinuitEngine::GetCovariance(int i, int j) const {
     // Zeroed, so that a matrix Minuit hasn't got reads 0.0 rather than
     // garbage; an index beyond the n * n elements throws std::out_of_range.
     std::vector<double> matrix(n > 0 ? n * n : 0, 0.0);
-    const_cast<IMinuitEngine*>(this)->mnemat(matrix.data(), n);
+    const_cast<IMinuitEngine*>(this)->TMinuit::mnemat(matrix.data(), n);
     return matrix.at(i * n + j);
 }
 
 void ORVEX::IMinuitEngine::SetPrecision(double accuracy) {
     double arglist[1] = {accuracy};
     int ierr = 0;
-    mnexcm("SET ERR", arglist, 1, ierr);
+    TMinuit::mnexcm("SET ERR", arglist, 1, ierr);
 }
 
 Int_t ORVEX::IMinuitEngine::Eval(Int_t, Double_t*, Double_t& fval, Double_t* par,

@@ -155,6 +155,7 @@ private:
     /// The one Minuit command that Minimize issues.
     virtual const char* MinuitCommand() const = 0;
 
+    // Both are set by Minimize and mean nothing before the first one.
     double fMinimum;
     int fStatus;
 };
