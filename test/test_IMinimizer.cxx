@@ -664,13 +664,7 @@ TYPED_TEST(MinuitEngine, EvalForwardsEveryFlagToEvaluate) {
 }
 
 TYPED_TEST(MinuitEngine, EachMinimizeStartsFromTheValuesGiven) {
-    CountingBowl func = TiltedBowl();
-    TypeParam engine(func);
-    engine.SetPrintLevel(-1);
-    double a = 4.0, b = 5.0;
-    engine.Optimize(a, b);
-
-    // Record where the second minimization first evaluates.
+    // Records the first point each minimization evaluates.
     class FirstPoint : public IMinimizerFunc {
     public:
         FirstPoint() : IMinimizerFunc(2) {}
@@ -679,19 +673,19 @@ TYPED_TEST(MinuitEngine, EachMinimizeStartsFromTheValuesGiven) {
             return (par[0] - 1.0) * (par[0] - 1.0) + (par[1] + 2.0) * (par[1] + 2.0);
         }
         std::vector<double> fFirst;
-    };
-    FirstPoint second;
-    TypeParam other(second);
-    other.SetPrintLevel(-1);
-    a = -6.0;
-    b = 7.5;
-    other.Optimize(a, b);
-    EXPECT_EQ(second.fFirst, std::vector<double>({-6.0, 7.5}));
-    second.fFirst.clear();
+    } func;
+    TypeParam engine(func);
+    engine.SetPrintLevel(-1);
+    double a = -6.0, b = 7.5;
+    engine.Optimize(a, b);
+    EXPECT_EQ(func.fFirst, std::vector<double>({-6.0, 7.5}));
+
+    // Nothing of the first result carries over into the second start.
+    func.fFirst.clear();
     a = 9.0;
     b = -3.0;
-    other.Optimize(a, b);
-    EXPECT_EQ(second.fFirst, std::vector<double>({9.0, -3.0}));
+    engine.Optimize(a, b);
+    EXPECT_EQ(func.fFirst, std::vector<double>({9.0, -3.0}));
 }
 
 TYPED_TEST(MinuitEngine, ScaleAndNameChangesReachMinuitAtTheNextMinimize) {
