@@ -406,6 +406,20 @@ TEST_F(ChargeClusters2D, NonTransitivePlaneOrderComesFromTheListMergeSort) {
     EXPECT_EQ(Cluster(clusterer, input), "[2 1 0]");
 }
 
+// P (z 1.2, q 3), Q (z 0.6, q 2), R (z 0, q 1), prec 1, in this input
+// order.  The list's merge sort, on paper: [P] and [Q] merge to [P Q] (one
+// plane, Q smaller); merging [R] into it compares R with P first, 1.2 apart
+// and so lower, and puts R in front: [R P Q].  R is the seed and stops at
+// P; P is the next seed, and R, walked again, takes Q.  An insertion that
+// compared R with Q first (one plane, R smaller) would keep [P Q R] and
+// give one cluster of all three.
+TEST_F(ChargeClusters2D, ListMergeSortDecidesTheSeedOrder) {
+    IChargeClusters2D clusterer(1.0, 1.0, 1.0, kAlongZ);
+    IHitSelection input = Selection({Hit(3.0, 0, 0, 1.2), Hit(2.0, 0, 0, 0.6),
+                                     Hit(1.0, 0, 0, 0.0)});
+    EXPECT_EQ(Cluster(clusterer, input), "[2 1] [0]");
+}
+
 // ------------------------------------------------------------ pair rule
 
 TEST_F(ChargeClusters2D, ValuesOnEveryLimitPass) {
