@@ -59,6 +59,8 @@ private:
     unsigned int fMinPoints;
     double fMinDistance;
     std::vector<IHitSelection> fClusters;
+    /// The hits no cluster took.  Deliberately without an accessor: they
+    /// are a by-product, counted by ls() only.
     IHitSelection fRemainingHits;
 };
 
