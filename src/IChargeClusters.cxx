@@ -25,9 +25,10 @@ namespace {
 
     /// True when every coordinate of the position is within the range.  The
     /// tests ask for a value above the range, so a NaN coordinate passes.
-    bool InRange(double x, double y, double z) {
-        return !(std::fabs(x) > kPositionRange || std::fabs(y) > kPositionRange ||
-                 std::fabs(z) > kPositionRange);
+    bool InRange(const TVector3& position) {
+        return !(std::fabs(position.X()) > kPositionRange ||
+                 std::fabs(position.Y()) > kPositionRange ||
+                 std::fabs(position.Z()) > kPositionRange);
     }
 
     /// Each coordinate is read on a fresh access to the hit.
@@ -63,6 +64,23 @@ namespace {
         std::cout << rule << std::endl;
         combo.ls("hits");
         std::cout << rule << std::endl;
+    }
+
+    /// Finishes the combo hits in order of creation and hands those in range
+    /// to the result.  One out of range is reported and left out together
+    /// with its members; the object is left as it is, unowned.
+    void FinishClusters(const std::vector<ORVEX::IComboHit*>& comboHits,
+                        ORVEX::IHitSelection& result) {
+        for (std::size_t c = 0; c < comboHits.size(); ++c) {
+            ORVEX::IComboHit* combo = comboHits[c];
+            combo->FinishCombo();
+            if (!InRange(combo->GetPosition())) {
+                ReportOutOfRange(*combo);
+                continue;
+            }
+            ORVEX::IHandle<ORVEX::IComboHit> handle(combo);
+            result.push_back(ORVEX::IHandle<ORVEX::IHit>(handle));
+        }
     }
 }
 
@@ -111,6 +129,8 @@ void ORVEX::IChargeClusters::Grow(IComboHit& combo,
 }
 
 ORVEX::IHitSelection* ORVEX::IChargeClusters::operator()(const IHitSelection& hits) {
+    // A null handle among the hits throws from the sort (or, alone, from the
+    // seed stage) and passes out; this selection is then not released.
     IHitSelection* nhits = new IHitSelection(hits.GetName(), "Hit Handles");
 
     HitList freeList(hits.begin(), hits.end());
@@ -127,18 +147,6 @@ ORVEX::IHitSelection* ORVEX::IChargeClusters::operator()(const IHitSelection& hi
         for (std::size_t c = 0; c < comboHits.size(); ++c) Grow(*comboHits[c], freeList);
     }
 
-    for (std::size_t c = 0; c < comboHits.size(); ++c) {
-        IComboHit* combo = comboHits[c];
-        combo->FinishCombo();
-        const TVector3& position = combo->GetPosition();
-        if (!InRange(position.X(), position.Y(), position.Z())) {
-            // The combo hit and its members are left out of the result,
-            // and the object is left as it is, unowned.
-            ReportOutOfRange(*combo);
-            continue;
-        }
-        IHandle<IComboHit> handle(combo);
-        nhits->push_back(IHandle<IHit>(handle));
-    }
+    FinishClusters(comboHits, *nhits);
     return nhits;
 }
