@@ -12,9 +12,6 @@
 #include <string>
 #include <vector>
 
-#include <TCanvas.h>
-#include <TGraph.h>
-#include <TH2F.h>
 #include <TRandom3.h>
 
 #include <IHitKinds.hxx>
@@ -112,35 +109,6 @@ namespace {
         std::cout << std::setprecision(6);
     }
 
-    void Draw(const IHitSelection& event, const IHitSelection& clusters) {
-        TCanvas canvas("chargeClusters", "Charge clusters", 700, 600);
-        TH2F frame("chargeClustersFrame", "Charge clusters;z (mm);x (mm)",
-                   10, -10, 410, 10, -210, 210);
-        frame.SetStats(false);
-        frame.Draw();
-        std::vector<std::unique_ptr<TGraph> > graphs;
-        graphs.emplace_back(new TGraph());
-        for (const IHandle<IHit>& hit : event) {
-            graphs.back()->AddPoint(hit->GetPosition().Z(), hit->GetPosition().X());
-        }
-        graphs.back()->SetMarkerStyle(24);
-        graphs.back()->SetMarkerColor(kGray + 1);
-        graphs.back()->Draw("P");
-        int colour = 0;
-        for (const IHandle<IHit>& cluster : clusters) {
-            const IHitSelection& members = IHandle<IComboHit>(cluster)->GetHits();
-            if (members.size() < 2) continue;
-            graphs.emplace_back(new TGraph());
-            for (const IHandle<IHit>& hit : members) {
-                graphs.back()->AddPoint(hit->GetPosition().Z(), hit->GetPosition().X());
-            }
-            graphs.back()->SetMarkerStyle(20);
-            graphs.back()->SetMarkerColor(2 + colour++ % 8);
-            graphs.back()->Draw("P");
-        }
-        canvas.SaveAs(tour::OutputPath("charge_clusters.png").c_str());
-    }
-
     void ChargeClusters() {
         TRandom3 random(2026);
         TRandom* saved = gRandom;
@@ -171,7 +139,13 @@ namespace {
         }
         std::cout << "  (a track hit shares a deposit with its neighbour, so a cluster "
                      "lists it twice; noise hits have no truth)" << std::endl;
-        Draw(event, *clusters);
+        std::vector<IHitSelection> groups;
+        for (const IHandle<IHit>& cluster : *clusters) {
+            const IHitSelection& members = IHandle<IComboHit>(cluster)->GetHits();
+            if (members.size() > 1) groups.push_back(members);
+        }
+        tour::DrawHitGroups("charge_clusters.png", "Charge clusters", event, groups,
+                            {-10, 410, -210, 210});
     }
 
     tour::Register section(20, "Charge clusters and their simulated truth", ChargeClusters);

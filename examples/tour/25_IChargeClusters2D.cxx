@@ -9,9 +9,6 @@
 #include <memory>
 #include <vector>
 
-#include <TCanvas.h>
-#include <TGraph.h>
-#include <TH2F.h>
 #include <TRandom3.h>
 
 #include <IChargeClusters2D.hxx>
@@ -113,33 +110,6 @@ namespace {
         return clusters;
     }
 
-    void Draw(const IHitSelection& event, const std::vector<IHitSelection>& clusters) {
-        TCanvas canvas("densityClusters", "Density clusters", 700, 600);
-        TH2F frame("densityClustersFrame", "Density clusters;z (mm);x (mm)",
-                   10, -10, 200, 10, -110, 110);
-        frame.SetStats(false);
-        frame.Draw();
-        std::vector<std::unique_ptr<TGraph> > graphs;
-        graphs.emplace_back(new TGraph());
-        for (const IHandle<IHit>& hit : event) {
-            graphs.back()->AddPoint(hit->GetPosition().Z(), hit->GetPosition().X());
-        }
-        graphs.back()->SetMarkerStyle(24);
-        graphs.back()->SetMarkerColor(kGray + 1);
-        graphs.back()->Draw("P");
-        int colour = 0;
-        for (const IHitSelection& cluster : clusters) {
-            graphs.emplace_back(new TGraph());
-            for (const IHandle<IHit>& hit : cluster) {
-                graphs.back()->AddPoint(hit->GetPosition().Z(), hit->GetPosition().X());
-            }
-            graphs.back()->SetMarkerStyle(20);
-            graphs.back()->SetMarkerColor(2 + colour++ % 8);
-            graphs.back()->Draw("P");
-        }
-        canvas.SaveAs(tour::OutputPath("density_clusters.png").c_str());
-    }
-
     void PlaneAndDensityClusters() {
         TRandom3 random(2611);
         IHitSelection event("padHits", "Synthetic event");
@@ -160,7 +130,8 @@ namespace {
         ShowPlaneClusters(clusterer, event);
 
         std::cout << "by density in (z, x) (MinPts 3, epsilon 12 mm):" << std::endl;
-        Draw(event, ShowDensityClusters(event));
+        tour::DrawHitGroups("density_clusters.png", "Density clusters", event,
+                            ShowDensityClusters(event), {-10, 200, -110, 110});
     }
 
     tour::Register section(25, "Charge clusters plane by plane, and density clusters",

@@ -7,6 +7,9 @@
 
 #include <map>
 #include <string>
+#include <vector>
+
+#include <IHitSelection.hxx>
 
 namespace tour {
     typedef void (*Section)();
@@ -22,6 +25,15 @@ namespace tour {
 
     /// Where the tour writes its pictures.
     std::string OutputPath(const std::string& file);
+
+    /// Draws the hits of `event` in the (z, x) view as grey rings, and each
+    /// group as filled markers of its own colour, into the picture `file`.
+    struct View {
+        double zMin, zMax, xMin, xMax;
+    };
+    void DrawHitGroups(const char* file, const char* title,
+                       const ORVEX::IHitSelection& event,
+                       const std::vector<ORVEX::IHitSelection>& groups, const View& view);
 }
 
 #endif
