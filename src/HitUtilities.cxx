@@ -21,13 +21,6 @@ bool hits::Equiv(const IHandle<IHit>& a, const IHandle<IHit>& b) {
     return false;
 }
 
-bool hits::IOverlappedHitFilter::operator()(const IHandle<IHit>& c) const {
-    for (IHitSelection::const_iterator hit = fHits.begin(); hit != fHits.end(); ++hit) {
-        if (Equiv(c, *hit)) return false;
-    }
-    return true;
-}
-
 void hits::Subtract(IHitSelection& hits, const IHitSelection& other) {
     IOverlappedHitFilter filter(other);
     IHitSelection::iterator kept =

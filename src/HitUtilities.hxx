@@ -71,6 +71,13 @@ private:
     const IHitSelection& fHits;
 };
 
+inline bool hits::IOverlappedHitFilter::operator()(const IHandle<IHit>& c) const {
+    for (IHitSelection::const_iterator hit = fHits.begin(); hit != fHits.end(); ++hit) {
+        if (Equiv(c, *hit)) return false;
+    }
+    return true;
+}
+
 template <typename OutputIterator>
 void hits::UnpackHits(const IHandle<IHit>& h, OutputIterator result) {
     IHandle<ORVEX::IComboHit> c(h);
