@@ -197,6 +197,16 @@ TEST(IKalmanFilter, PredictionWithIdentityCovarianceAndNoNoiseIsAATransposed) {
                                                          0, 30, 0, 1}), 1e-12);
 }
 
+TEST(IKalmanFilter, SetSystemMatrixRefreshesTheTranspose) {
+    IKalmanFilter filter(Elements({0, 0, 0, 0}), Diagonal({1, 1, 1, 1}), 2);
+    filter.SetSystemMatrix(FilterComponentInitializer().first);
+    filter.Predict(Matrix(4, 4));
+    ExpectMatrixNear(filter.GetCovariance(), Rows(4, 4, {901, 0, 30, 0,
+                                                         0, 901, 0, 30,
+                                                         30, 0, 1, 0,
+                                                         0, 30, 0, 1}), 1e-12);
+}
+
 // Worked by hand with interval 1: A P A^T + Q, then the gain, the
 // innovation, the corrected state and (I - K H) P.
 TEST(IKalmanFilter, PredictAndUpdateMatchHandWorkedMatrices) {

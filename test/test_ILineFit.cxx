@@ -108,6 +108,21 @@ TEST(ILineFit, PointsWithoutPositiveSigmaAreIgnoredByAddAndRemove) {
     EXPECT_NEAR(one.GetIntercept(), 5.0, 1e-12);
 }
 
+TEST(ILineFit, ANaNSigmaIsNotCaughtByRemovePoint) {
+    ILineFit fit;
+    fit.AddPoint(0.0, 1.0, 1.0);
+    fit.AddPoint(1.0, 3.0, 1.0);
+    fit.AddPoint(2.0, 5.0, 1.0);
+    fit.RemovePoint(2.0, 5.0, std::nan(""));
+    EXPECT_EQ(fit.GetNumberOfPoints(), 2);
+    EXPECT_TRUE(std::isnan(fit.GetIntercept()));
+    // On a fit of one point the values are not read at all, NaN included.
+    ILineFit one;
+    one.AddPoint(0.0, 1.0, 1.0);
+    one.RemovePoint(0.0, 1.0, std::nan(""));
+    ExpectSame(Read(one), Read(ILineFit()));
+}
+
 TEST(ILineFit, AllXEqualIsDegenerateAndGivesTheMeanOfY) {
     ILineFit fit;
     fit.AddPoint(1.0, 2.0, 1.0);
@@ -241,6 +256,28 @@ TEST(ILineFit, InterceptUncertaintyUsesTheWeightedSumOfY) {
     shifted.AddPoint(1.0, 13.0, 1.0);
     EXPECT_DOUBLE_EQ(shifted.GetSlope(), fit.GetSlope());
     EXPECT_DOUBLE_EQ(shifted.GetInterceptUncertainty(), std::sqrt(24.0));
+}
+
+TEST(ILineFit, AnInterceptVarianceOfAMillionReadsAsNoUncertainty) {
+    // x = 0 and 1 with sigma 1: denominator 1 - 2 = -1, so the variance
+    // read is fA = y0 + y1, judged against the numerator -fA.
+    ILineFit high;
+    high.AddPoint(0.0, 1e6, 1.0);
+    high.AddPoint(1.0, 1e6, 1.0);
+    EXPECT_TRUE(high.IsValid());
+    EXPECT_EQ(high.GetSlope(), 0.0);
+    EXPECT_DOUBLE_EQ(high.GetSlopeUncertainty(), std::sqrt(2.0));
+    EXPECT_EQ(high.GetInterceptUncertainty(), 0.0);
+    // A large negative sum is cut the same way, before the root goes NaN.
+    ILineFit low;
+    low.AddPoint(0.0, -1e6, 1.0);
+    low.AddPoint(1.0, -1e6, 1.0);
+    EXPECT_EQ(low.GetInterceptUncertainty(), 0.0);
+    // Just below the threshold the root is read.
+    ILineFit below;
+    below.AddPoint(0.0, 499999.5, 1.0);
+    below.AddPoint(1.0, 499999.5, 1.0);
+    EXPECT_DOUBLE_EQ(below.GetInterceptUncertainty(), std::sqrt(999999.0));
 }
 
 TEST(ILineFit, InterceptUncertaintyFollowsItsFormulaOnRandomData) {

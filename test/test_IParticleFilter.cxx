@@ -431,6 +431,21 @@ TEST_F(IParticleFilterTest, ARejectedStateLeavesTheFilterOpen) {
     EXPECT_DOUBLE_EQ(filter.GetCloud()[0].fWeight, 0.375);
 }
 
+TEST_F(IParticleFilterTest, AddStateInTheMiddleOfARunOpensTheFilterAgain) {
+    IParticleFilter filter;
+    filter.AddState(new TestState(0, 1.0, 0.5), 1.0);
+    filter.UpdateState();
+    EXPECT_EQ(filter.GetCloud()[0].fWeight, 1.0);
+    filter.AddState(new TestState(1, 1.0, -1.0), 3.0);
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(filter.UpdateState(), ORVEX::EBadProbability);
+    testing::internal::GetCapturedStdout();
+    // Normalised first (1 -> 1/4, 3 -> 3/4), then the first particle moved
+    // on: 0.5 * 1/4.  Without the renormalisation it would read 0.5.
+    EXPECT_DOUBLE_EQ(filter.GetCloud()[0].fWeight, 0.125);
+    EXPECT_DOUBLE_EQ(filter.GetCloud()[1].fWeight, 0.75);
+}
+
 TEST_F(IParticleFilterTest, UpdateStateReportsAnUnsetStepOnStandardOutput) {
     IParticleFilter filter;
     filter.AddState(new TestState(0, 1.0, 0.5), 1.0);
