@@ -536,6 +536,42 @@ TEST_F(Hough, PointNearCornerSpillsIntoNextAngleRow) {
     EXPECT_EQ(fDebug.str(), "");
 }
 
+TEST_F(Hough, PointNearCornerIsClippedAtTheLowEndAndReported) {
+    IHoughLines space(-100, -100, 100, 100, 10, 4, 0);
+    IORVEXLog::SetDebugLevel(IORVEXLog::SevereLevel);
+    // Spacing 2.5, 115 radius bins with offset 57, tolerance 3.775 mm.  The
+    // corner (100, -100) lies at radius -141.42 mm near angle 45 degrees,
+    // where the lowest bin wanted, -58, is one below the grid: it is
+    // reported and clipped onto the lowest line, which so takes the point
+    // twice, while the point names that line once.
+    XYPoint* corner = new XYPoint(100, -100);
+    space.AddPoint(corner);
+    IHoughLines::Lines& lines = space.GetLines();
+    ASSERT_EQ(lines.size() % 115, 0u);
+    int clipped = 0;
+    for (size_t row = 0; row < lines.size() / 115; ++row) {
+        const IHoughLine& lowest = lines[row * 115];
+        double angle = lowest.GetAngle();
+        double radius = -100 * std::cos(angle) - 100 * std::sin(angle);
+        const IHoughLine::Points& points = lowest.GetPoints();
+        long copies = std::count(points.begin(), points.end(), corner);
+        if (radius - 3.775 < -57.5 * 2.5) {
+            ++clipped;
+            ASSERT_EQ(copies, 2) << "angle " << angle;
+            ASSERT_DOUBLE_EQ(lowest.GetWeight(), 2.0);
+            ASSERT_EQ(corner->GetLines().count(const_cast<IHoughLine*>(&lowest)), 1u);
+        } else {
+            ASSERT_LE(copies, 1) << "angle " << angle;
+        }
+    }
+    EXPECT_GE(clipped, 5);
+    std::string expected;
+    for (int i = 0; i < clipped; ++i) {
+        expected += DebugLine("SEVERE", "GetLinesIndex: Radius out of range -58 115 57");
+    }
+    EXPECT_TRUE(Matches(fDebug.str(), expected)) << fDebug.str();
+}
+
 TEST_F(Hough, BinsPastTheLastLineAreSkipped) {
     IHoughLines space(-100, -100, 100, 100, 10, 2, 0);
     // Far outside the space, the radii at the last angles run far above
@@ -872,6 +908,42 @@ TEST_F(HandMadeLines, RemoveFromLinesDropsLinesBelowThreshold) {
     EXPECT_EQ(shared->GetLines(), IHoughPoint::Lines({&ten}));
 }
 
+TEST_F(HandMadeLines, RemoveFromLinesKeepsLineAtExactlyTheThreshold) {
+    XYPoint* shared = Point(0);
+    IHoughLine& ten = Line(100);
+    IHoughLine& five = Line(200);
+    IHoughLine& four = Line(300);
+    for (IHoughLine* line : {&ten, &five, &four}) line->AddPoint(shared);
+    Fill(ten, 9, 100);
+    Fill(five, 4, 200);
+    Fill(four, 3, 300);
+    // 5 is exactly 0.5 of 10 and stays; 4 falls short.
+    shared->RemoveFromLines(0.5);
+    EXPECT_EQ(shared->GetLines(), IHoughPoint::Lines({&ten, &five}));
+    EXPECT_TRUE(Holds(five, shared));
+    EXPECT_FALSE(Holds(four, shared));
+    // At 1 the heaviest line itself is not below its own weight.
+    shared->RemoveFromLines(1.0);
+    EXPECT_EQ(shared->GetLines(), IHoughPoint::Lines({&ten}));
+    EXPECT_TRUE(Holds(ten, shared));
+}
+
+TEST_F(HandMadeLines, RemoveFromLinesStartsItsMaximumAtMinus99999) {
+    // Lines of weight -100000 and -200000 never raise the maximum above its
+    // start of -99999, so at threshold 1 both fall short and the point
+    // leaves them both, the heavier included.
+    XYPoint* shared = Point(0, -100000.0);
+    IHoughLine& heavier = Line(100);
+    IHoughLine& lighter = Line(200);
+    heavier.AddPoint(shared);
+    lighter.AddPoint(shared);
+    lighter.AddPoint(Point(1, -100000.0));
+    shared->RemoveFromLines(1.0);
+    EXPECT_TRUE(shared->GetLines().empty());
+    EXPECT_TRUE(heavier.GetPoints().empty());
+    EXPECT_EQ(lighter.GetPoints().size(), 1u);
+}
+
 TEST_F(HandMadeLines, RemoveFromLinesWarnsOfStaleLink) {
     XYPoint* point = Point(0);
     IHoughLine& heavy = Line(100);
@@ -1197,6 +1269,37 @@ TEST_F(HandMadeLines, StrippedHeavyLineIsEmptiedWithoutTreatment) {
     EXPECT_TRUE(x->GetLines().empty());
     EXPECT_TRUE(y->GetLines().empty());
     EXPECT_EQ(three.GetPoints().size(), 3u);
+}
+
+TEST_F(HandMadeLines, LinesAreSortedAgainAfterEachHeavyLine) {
+    // Weights 10, 8 and 7.  The heaviest takes three points from the 8,
+    // which drops to 5, below the 7: the 7 must then come next and take the
+    // point it shares with the 5, which is left over as the last line.
+    // Without sorting again, the 5 would come next and keep that point.
+    IHoughLine& ten = Line(100);
+    IHoughLine& eight = Line(200);
+    IHoughLine& seven = Line(300);
+    Fill(ten, 7, 100);
+    for (int tag = 1; tag <= 3; ++tag) {
+        XYPoint* point = Point(tag);
+        ten.AddPoint(point);
+        eight.AddPoint(point);
+    }
+    Fill(eight, 4, 200);
+    XYPoint* contested = Point(0);
+    eight.AddPoint(contested);
+    seven.AddPoint(contested);
+    Fill(seven, 6, 300);
+    ASSERT_DOUBLE_EQ(ten.GetWeight(), 10.0);
+    ASSERT_DOUBLE_EQ(eight.GetWeight(), 8.0);
+    ASSERT_DOUBLE_EQ(seven.GetWeight(), 7.0);
+    fSpace.RemoveShared(1.0);
+    EXPECT_EQ(contested->GetLines(), IHoughPoint::Lines({&seven}));
+    EXPECT_DOUBLE_EQ(ten.GetWeight(), 10.0);
+    EXPECT_DOUBLE_EQ(seven.GetWeight(), 7.0);
+    std::vector<int> left = Tags(eight.GetPoints());
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left, std::vector<int>({200, 201, 202, 203}));
 }
 
 TEST_F(HandMadeLines, LastLineKeepsEvenTwoPointsAndSecondCallEmptiesIt) {
