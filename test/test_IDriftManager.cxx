@@ -470,6 +470,34 @@ TEST_F(DriftTest, AdaptiveSetUpIgnoresItsFirstArgument) {
     }
 }
 
+TEST_F(DriftTest, CountersAndSmallestStepBelongToOneDrift) {
+    IDriftManager m;
+    m.InitializeFromDB(true, 50.0, 0.5, 3, 1e-3, 2.0, kOmegaTau, kMu, 1.0);
+    int nbrSteps, nbrStepCalls, nbrVCalls;
+    double hMin;
+    // Steps of 2, 50 and 50, each pass three calls of Step and 11 of vx.
+    for (int drift = 0; drift < 2; ++drift) {
+        IElectronCloud cloud(10, TVector3(100, 0, 0), TVector3(), 0.0, -1);
+        testing::internal::CaptureStdout();
+        m.Drift(5000.0, true, cloud, nbrSteps, nbrStepCalls, nbrVCalls, hMin);
+        testing::internal::GetCapturedStdout();
+        EXPECT_EQ(nbrStepCalls, 9) << "drift " << drift;
+        EXPECT_EQ(nbrVCalls, 33) << "drift " << drift;
+        EXPECT_EQ(hMin, 2.0) << "drift " << drift;
+    }
+    // A new set-up keeps the counters, but the next drift starts them
+    // afresh: 102, ..., 110, taken back to 109.
+    m.InitializeFromDB(2.0, kOmegaTau, kMu, 1.0);
+    IElectronCloud cloud(10, TVector3(100, 0, 0), TVector3(), 0.0, -1);
+    EXPECT_TRUE(m.Drift(109.0, true, cloud, nbrSteps, nbrStepCalls, nbrVCalls, hMin));
+    EXPECT_EQ(nbrSteps, 5);
+    EXPECT_EQ(nbrStepCalls, 5);
+    EXPECT_EQ(nbrVCalls, 20);
+    EXPECT_EQ(hMin, 99999999.0);
+    EXPECT_EQ(cloud.GetPosition().X(), 109.0);
+    EXPECT_EQ(cloud.GetTime(), 9.0);
+}
+
 TEST_F(DriftTest, AdaptivePassCostsThreeStepsAnd29Lookups) {
     IDriftManager m;
     m.InitializeFromDB(true, 50.0, 0.5, 1, 1e-3, 2.0, kOmegaTau, kMu, kVd);
@@ -734,6 +762,42 @@ TEST_F(DriftTest, TinyErrorJumpsToTheLargestStep) {
     EXPECT_EQ(nbrStepCalls, 9);
 }
 
+TEST_F(DriftTest, ErrorBelowTheThresholdSkipsTheQuarterPowerLaw) {
+    // A step so short that its error is under 1e-08; with a tolerance of
+    // four times that error the quarter-power law would only grow the step
+    // by 2^0.25, but the next step is the largest at once.
+    const double h1 = 0.005;
+    const double hMax = 1.0;
+    IDriftManager reference;
+    reference.InitializeFromDB(true, hMax, 1e-4, 2, 1.0, h1, 2.0, kMu, kVd);
+    IFieldManager::SetFieldMap(TurningField);
+    TLorentzVector x0(30, 0, 0, 0);
+    TLorentzVector full = reference.Step(x0, -1, h1, false);
+    TLorentzVector mid = reference.Step(x0, -1, h1 / 2, true);
+    TLorentzVector halves = reference.Step(mid, -1, h1 / 2, false);
+    double errorEst = (halves.Vect() - full.Vect()).Mag();
+    ASSERT_GT(errorEst, 1e-12);
+    ASSERT_LT(errorEst, 1e-08);
+
+    IDriftManager m;
+    m.InitializeFromDB(true, hMax, 1e-4, 2, 4 * errorEst, h1, 2.0, kMu, kVd);
+    std::vector<double> times;
+    IFieldManager::SetFieldMap([&times](const TLorentzVector& p) {
+        times.push_back(p.T());
+        return TurningField(p);
+    });
+    IElectronCloud cloud(10, x0.Vect(), TVector3(), 0.0, -1);
+    int nbrSteps, nbrStepCalls, nbrVCalls;
+    double hMin;
+    testing::internal::CaptureStdout();
+    m.Drift(1e6, true, cloud, nbrSteps, nbrStepCalls, nbrVCalls, hMin);
+    testing::internal::GetCapturedStdout();
+    IFieldManager::SetUniformField(TVector3(0, 0, 0));
+    ASSERT_GE(times.size(), 33u);
+    EXPECT_EQ(times[29], h1);
+    EXPECT_NEAR(times[32] - times[29], hMax, 1e-12);
+}
+
 TEST_F(DriftTest, NextStepFollowsTheQuarterPowerOfHalfTheToleranceOverTheError) {
     const double tol = 1e-3;
     const double h1 = 2.0;
@@ -905,6 +969,49 @@ TEST_F(DriftTest, CloudAlreadyPastThePlaneMeetsTheCathodeOnTheFirstPass) {
     EXPECT_NEAR(cloud.GetTime(), 2.0 - 9.6 / 0.7, 1e-12);
     EXPECT_EQ(cloud.GetMeanDriftXVelocity(), 0.0);
     EXPECT_TRUE(cloud.IsDrifted());
+}
+
+TEST_F(DriftTest, LimitIsTestedAgainOnThePositionPutDownAtTheCathode) {
+    // A positive carrier from X = 10 moves at speed 1 towards the plane; one
+    // step of 16 ends at X = -6, T = 16, and the cathode puts it at 6.6,
+    // T = 16 - 12.6.  That point is already past an X limit of 8 (taken
+    // back by 1.4 more) and past a time limit of 3 (taken forward by 0.4).
+    IDriftManager m;
+    m.InitializeFromDB(16.0, kOmegaTau, kMu, 1.0);
+    IElectronCloud toX(10, TVector3(10, 3, 4), TVector3(), 0.0, 1);
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(m.DriftUntilXLim(toX, 8.0));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), kCathodeMessage);
+    EXPECT_EQ(toX.GetPosition(), TVector3(8, 3, 4));
+    EXPECT_NEAR(toX.GetTime(), 2.0, 1e-12);
+    EXPECT_EQ(toX.NumberDriftSteps(), 1);
+
+    IElectronCloud toT(10, TVector3(10, 3, 4), TVector3(), 0.0, 1);
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(m.DriftUntilTLim(toT, 3.0));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), kCathodeMessage);
+    EXPECT_NEAR(toT.GetPosition().X(), 7.0, 1e-12);
+    EXPECT_EQ(toT.GetTime(), 3.0);
+}
+
+TEST_F(DriftTest, CloudStartedOnThePlaneCountsAsComingFromTheNegativeSide) {
+    IDriftManager m;
+    // A tolerance of 0 rejects every step above the floor.
+    m.InitializeFromDB(true, 50.0, 0.5, 100, 0.0, 8.0, kOmegaTau, kMu, 1.0);
+    IFieldManager::SetFieldMap(TurningField);
+    IElectronCloud cloud(10, TVector3(0, 3, 4), TVector3(0.7, 0.1, 0), 2.0, -1);
+    cloud.SetPosition(TVector3(5, 3, 4));
+    int nbrSteps, nbrStepCalls, nbrVCalls;
+    double hMin;
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(m.Drift(1000.0, false, cloud, nbrSteps, nbrStepCalls, nbrVCalls, hMin));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), kCathodeMessage);
+    EXPECT_EQ(nbrSteps, 0);
+    // The cathode flips to -6.6, and the time is taken back twice by
+    // |5 + 6.6| / 0.7.
+    EXPECT_EQ(IDriftManagerInspector::Cathode(m), -6.6);
+    EXPECT_EQ(cloud.GetPosition(), TVector3(-6.6, 3, 4));
+    EXPECT_NEAR(cloud.GetTime(), 2.0 - 2 * 11.6 / 0.7, 1e-12);
 }
 
 TEST_F(DriftTest, CloudLandingOnThePlaneStaysThere) {
