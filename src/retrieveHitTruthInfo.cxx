@@ -38,8 +38,8 @@ namespace {
     /// come back once each, ordered by address.
     Deposits FromMultiHit(const IHandle<IMultiHit>& multiHit) {
         IHandle<IHit> representative(multiHit->GetRepresentativeHit());
-        Deposits found = HitTruthInfo::GetHitTruthInfo(representative);
-        std::set<IG4VHit*> contrset(found.begin(), found.end());
+        Deposits constituents = HitTruthInfo::GetHitTruthInfo(representative);
+        std::set<IG4VHit*> contrset(constituents.begin(), constituents.end());
         return Deposits(contrset.begin(), contrset.end());
     }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <list>
 #include <map>
 #include <memory>
 #include <regex>
@@ -76,14 +77,19 @@ namespace {
         ~DebugCapture() { IORVEXLog::SetDebugStream(NULL); }
     };
 
-    // A hit that counts how often its position is asked for.
+    // A hit that counts how often its position and its charge are asked for.
     struct CountingHit : public ISingleHit {
-        CountingHit(int id, double charge, double x)
-            : ISingleHit(id, charge, TVector3(x, 0.0, 0.0)) {}
+        CountingHit(int id, double charge, double x, double y = 0.0, double z = 0.0)
+            : ISingleHit(id, charge, TVector3(x, y, z)) {}
         mutable int fPositionReads = 0;
+        mutable int fChargeReads = 0;
         const TVector3& GetPosition() const override {
             ++fPositionReads;
             return ISingleHit::GetPosition();
+        }
+        double GetCharge() const override {
+            ++fChargeReads;
+            return ISingleHit::GetCharge();
         }
     };
 
@@ -96,6 +102,17 @@ namespace {
         hit->fPositionReads = 0;
         combo.FinishCombo();
         return hit->fPositionReads;
+    }
+
+    // The same for the charge.
+    int ChargeReadsOfFinishing() {
+        CountingHit* hit = new CountingHit(0, 1.0, 0.0);
+        IHandle<IHit> handle(hit);
+        IComboHit combo;
+        combo.AddHit(handle);
+        hit->fChargeReads = 0;
+        combo.FinishCombo();
+        return hit->fChargeReads;
     }
 }
 
@@ -413,11 +430,44 @@ TEST(ChargeClusters, SeedRangeIsTestedXThenYThenZEachOnANewRead) {
     EXPECT_TRUE(ClusterOnce(1.0, 1.0, 1.0, {handleX}).empty());
     EXPECT_EQ(outInX->fPositionReads, 1);
 
+    CountingHit* outInY = new CountingHit(3, 1.0, 0.0, -2e5);
+    IHandle<IHit> handleY(outInY);
+    EXPECT_TRUE(ClusterOnce(1.0, 1.0, 1.0, {handleY}).empty());
+    EXPECT_EQ(outInY->fPositionReads, 2);
+
+    CountingHit* outInZ = new CountingHit(4, 1.0, 0.0, 0.0, 2e5);
+    IHandle<IHit> handleZ(outInZ);
+    EXPECT_TRUE(ClusterOnce(1.0, 1.0, 1.0, {handleZ}).empty());
+    EXPECT_EQ(outInZ->fPositionReads, 3);
+
     CountingHit* inRange = new CountingHit(2, 1.0, 0.0);
     IHandle<IHit> handleIn(inRange);
     int finishing = PositionReadsOfFinishing();
     EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {handleIn}), (Ids{{2}}));
     EXPECT_EQ(inRange->fPositionReads, 3 + finishing);
+}
+
+TEST(ChargeClusters, ChargeIsTestedBeforeTheBox) {
+    // S 10 at the origin and W 5 at z = 5, gaps 1: W is out of S's box on
+    // Z alone, yet the charge test comes first and reads both charges.
+    // Besides that one test, each charge is read by the sort of two hits,
+    // once as a seed, and by the finishing of its cluster of one.
+    CountingHit* s = new CountingHit(1, 10.0, 0.0);
+    CountingHit* w = new CountingHit(2, 5.0, 0.0, 0.0, 5.0);
+    IHandle<IHit> handleS(s);
+    IHandle<IHit> handleW(w);
+    std::list<IHandle<IHit> > pair = {handleW, handleS};
+    pair.sort([](const IHandle<IHit>& a, const IHandle<IHit>& b) {
+        return a->GetCharge() > b->GetCharge();
+    });
+    const int sortS = s->fChargeReads;
+    const int sortW = w->fChargeReads;
+    s->fChargeReads = 0;
+    w->fChargeReads = 0;
+    const int finishing = ChargeReadsOfFinishing();
+    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {handleW, handleS}), (Ids{{1}, {2}}));
+    EXPECT_EQ(w->fChargeReads, sortW + 1 + 1 + finishing);
+    EXPECT_EQ(s->fChargeReads, sortS + 1 + 1 + finishing);
 }
 
 // -------------------------------------------------- out-of-range combo hits
@@ -461,6 +511,30 @@ TEST(ChargeClusters, ComboHitOutOfRangeIsReportedAndLeftOut) {
     EXPECT_EQ(input[0].GetReferenceCount(), 2);
     EXPECT_EQ(input[1].GetReferenceCount(), 2);
     EXPECT_EQ(input[2].GetReferenceCount(), 1);
+}
+
+TEST(ChargeClusters, ReportComesErrorLineFirstThenTheListingBetweenRules) {
+    // With the debug stream on standard output, the order of the report's
+    // four parts shows in one text.
+    IHitSelection input = Selection({Hit(3, 10.0, 0.0), Hit(4, 10.0, 300000.0)});
+    IChargeClusters clusterer(1e6, 1.0, 1e6);
+    testing::internal::CaptureStdout();
+    IORVEXLog::SetDebugStream(&std::cout);
+    std::unique_ptr<IHitSelection> result = Cluster(clusterer, input);
+    IORVEXLog::SetDebugStream(NULL);
+    std::string out = testing::internal::GetCapturedStdout();
+    const std::string error = ": Combo hit position out of range.\n";
+    std::size_t errorEnd = out.find(error);
+    ASSERT_NE(errorEnd, std::string::npos) << out;
+    errorEnd += error.size();
+    EXPECT_EQ(out.rfind("ERROR: ", 0), 0u) << out;
+    EXPECT_EQ(out.substr(errorEnd), std::string(kRule) +
+                   "ORVEX::IComboHit id 0 charge 20 at (150000, 0, 0)\n"
+                   " IHitSelection hits (Hit Handles) with 2 hits\n"
+                   "  ORVEX::ISingleHit id 3 charge 10 at (0, 0, 0)\n"
+                   "  ORVEX::ISingleHit id 4 charge 10 at (300000, 0, 0)\n" +
+                   kRule);
+    EXPECT_TRUE(result->empty());
 }
 
 TEST(ChargeClusters, ErrorLineIsWrittenWhateverTheDebugLevel) {

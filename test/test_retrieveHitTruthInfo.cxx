@@ -210,6 +210,45 @@ TEST_F(Truth, ReconHitCountIsReadAgainOnEveryPass) {
     EXPECT_EQ(recon->fCountReads, 4);
 }
 
+namespace {
+    // Hits of two of the host's classes at once, so that two routes apply
+    // and the earlier one must answer.  Each handle refers to the object
+    // through the first base.
+    struct SimulatedMultiHit : public IMCHit, public IMultiHit {};
+    struct MultiComboHit : public IMultiHit, public IComboHit {};
+    struct ComboReconHit : public IComboHit, public IReconHit {};
+
+    template <class First, class Both>
+    IHandle<IHit> ThroughFirstBase(Both* hit) {
+        return IHandle<IHit>(static_cast<IHit*>(static_cast<First*>(hit)));
+    }
+}
+
+TEST_F(Truth, SimulatedHitRouteComesBeforeTheMultiHitRoute) {
+    SimulatedMultiHit* hit = new SimulatedMultiHit;
+    hit->AddContributor(&deposit[3]);
+    IMCHit* representative = new IMCHit(9, 1.0, TVector3());
+    representative->AddContributor(&deposit[0]);
+    hit->IMultiHit::AddHit(IHandle<ISingleHit>(representative));
+    EXPECT_EQ(GetHitTruthInfo(ThroughFirstBase<IMCHit>(hit)), (Deposits{&deposit[3]}));
+}
+
+TEST_F(Truth, MultiHitRouteComesBeforeTheComboHitRoute) {
+    MultiComboHit* hit = new MultiComboHit;
+    IMCHit* representative = new IMCHit(9, 1.0, TVector3());
+    representative->AddContributor(&deposit[2]);
+    hit->IMultiHit::AddHit(IHandle<ISingleHit>(representative));
+    hit->IComboHit::AddHit(MCHit({&deposit[4]}));
+    EXPECT_EQ(GetHitTruthInfo(ThroughFirstBase<IMultiHit>(hit)), (Deposits{&deposit[2]}));
+}
+
+TEST_F(Truth, ComboHitRouteComesBeforeTheReconHitRoute) {
+    ComboReconHit* hit = new ComboReconHit;
+    hit->AddHit(MCHit({&deposit[1]}));
+    hit->AddConstituent(MCHit({&deposit[5]}));
+    EXPECT_EQ(GetHitTruthInfo(ThroughFirstBase<IComboHit>(hit)), (Deposits{&deposit[1]}));
+}
+
 TEST_F(Truth, ResultIsACopy) {
     IMCHit* hit = new IMCHit(1, 1.0, TVector3());
     hit->AddContributor(&deposit[0]);
