@@ -34,7 +34,9 @@ public:
     /// the title "Hit Handles", and its clusters come in descending charge
     /// of their seeds.  Hits of zero or negative charge, and hits with a
     /// coordinate beyond 100000.0, don't start a cluster; they are kept only
-    /// when a cluster takes them in as members.
+    /// when a cluster takes them in as members.  A cluster whose combined
+    /// position lies beyond that range is reported on the debug stream and
+    /// standard output and left out, members and all.
     IHitSelection* operator()(const IHitSelection& hits);
 
 private:
