@@ -620,6 +620,62 @@ TYPED_TEST(MinuitEngine, MinimumIsTheFunctionAtTheReturnedArray) {
     EXPECT_EQ(engine.GetParameter(1), y);
 }
 
+TYPED_TEST(MinuitEngine, ResultIsReadBackThroughTheVirtualGetParameter) {
+    // An engine whose parameters read half a unit above Minuit's values:
+    // the caller gets those, and the minimum is the function there.
+    class Shifted : public TypeParam {
+    public:
+        using TypeParam::TypeParam;
+        double GetParameter(int i) const override { return TypeParam::GetParameter(i) + 0.5; }
+    };
+    CountingBowl func = TiltedBowl();
+    Shifted engine(func);
+    engine.SetPrintLevel(-1);
+    engine.SetPrecision(1e-5);   // takes SIMPLEX close to the centre too
+    double a = 3.0, b = 4.0;
+    engine.Optimize(a, b);
+    for (int i = 0; i < 2; ++i) {
+        double value = 0.0, error = 0.0;
+        engine.TMinuit::GetParameter(i, value, error);
+        EXPECT_EQ((i == 0 ? a : b), value + 0.5);
+    }
+    const double par[2] = {a, b};
+    EXPECT_EQ(engine.GetMinimum(), func.Value(par));
+    // Half a unit off the centre on both axes: 2/4 + 2/4 + 3/4.
+    EXPECT_NEAR(engine.GetMinimum(), 1.75, 0.01);
+}
+
+TYPED_TEST(MinuitEngine, FewerParametersThanTheFunctionHasLeaveTheRestUndefined) {
+    // Three parameters of which the function reads only the first two.
+    class TwoOfThree : public IMinimizerFunc {
+    public:
+        TwoOfThree() : IMinimizerFunc(3) {}
+        double Evaluate(const double* par, double*) override { return fBowl.Value(par); }
+        CountingBowl fBowl = TiltedBowl();
+    } func;
+    TypeParam engine(func);
+    engine.SetPrintLevel(-1);
+    double a = -3.0, b = 2.0;
+    engine.Optimize(a, b);
+    EXPECT_EQ(engine.GetNumPars(), 2);
+    const double par[2] = {a, b};
+    EXPECT_LT(func.fBowl.Value(par), ConvergenceLimit(engine));
+    EXPECT_EQ(engine.GetMinimum(), func.fBowl.Value(par));
+
+    // The matrix is read with the function's three parameters as its row
+    // length, so the two defined ones are still found at (i, j), and the
+    // third row and column, which Minuit doesn't fill, read 0.0.
+    EXPECT_EQ(Command(engine, "HESSE"), 0);
+    const double inverse[2][2] = {{0.6, -0.2}, {-0.2, 0.4}};
+    for (int i = 0; i < 2; ++i) {
+        for (int j = 0; j < 2; ++j) EXPECT_NEAR(engine.GetCovariance(i, j), inverse[i][j], 1e-4);
+    }
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_EQ(engine.GetCovariance(k, 2), 0.0);
+        EXPECT_EQ(engine.GetCovariance(2, k), 0.0);
+    }
+}
+
 TYPED_TEST(MinuitEngine, QuadraticEndsAtItsMinimumThroughEvaluateAlone) {
     CountingBowl func = DeepBowl();
     TypeParam engine(func);

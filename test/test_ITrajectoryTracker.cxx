@@ -490,6 +490,23 @@ TEST_F(TrajectoryTracker, TrackParticleEndingExactly250FromTheTargetFails) {
     ExpectVectorNear(within[5], helix.Position(6) + 0.5 * TVector3(-249.5, 0, 0), 1e-4);
 }
 
+TEST_F(TrajectoryTracker, TrackParticleDistancesAreComparedInSinglePrecision) {
+    // As above, with the entry past the path a nanometre inside 250 mm of
+    // the target: in single precision that distance is 250 itself, so the
+    // path still counts as failed.
+    SetFieldInTesla(TVector3(0, 0, 1));
+    Helix helix{TVector3(0, 0, 0), TVector3(10000, 0, 0), TVector3(0, 0, 1), 1.0};
+    TVector3 end(-99990, 0, 0);
+    std::vector<TVector3> points = Fresh();
+    points[10] = TVector3(-99740.000001, 0, 0);
+    double distance = (end - points[10]).Mag();
+    ASSERT_LT(distance, 250.0);
+    ASSERT_EQ(static_cast<float>(distance), 250.0f);
+    EXPECT_EQ(fTracker.TrackParticle(helix.origin, end, helix.momentum, 1.0, points, 0), 2);
+    EXPECT_EQ(points[1], end);
+    EXPECT_NE(fDebug.str().find("The closest approach was 99991mm."), std::string::npos);
+}
+
 TEST_F(TrajectoryTracker, TrackParticleStraightLengthOf500LeavesThePointsUnmoved) {
     // One helix step in a slab at the start, then 50 mm straight steps.
     SetSlabField(1.0, {{-0.5, 0.5}});
