@@ -490,6 +490,29 @@ TEST_F(TrajectoryTracker, TrackParticleEndingExactly250FromTheTargetFails) {
     ExpectVectorNear(within[5], helix.Position(6) + 0.5 * TVector3(-249.5, 0, 0), 1e-4);
 }
 
+TEST_F(TrajectoryTracker, TrackParticleLongStraightStretchKeepsOnePointInTen) {
+    // One helix step in a slab at the start, then 50 mm straight steps S1,
+    // S2, ... on to a target at S35.  Each straight step overwrites the
+    // last entry except that the count goes up at every ninth step of a
+    // run of ten, so the entries end as S9, S19, S29 and the last, S35.
+    // 1800 mm of straight steps: nothing is spread.
+    SetSlabField(1.0, {{-0.5, 0.5}});
+    const TVector3 momentum(0, 0, 2000);
+    Helix bend{TVector3(0, 0, 0), momentum, TVector3(1, 0, 0), 1.0};
+    TVector3 first = bend.Position(1.0);
+    TVector3 direction = bend.Momentum(1.0).Unit();
+    TVector3 end = first + 1750.0 * direction;
+    std::vector<TVector3> points = Fresh();
+    ASSERT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), end, momentum, 1.0, points, 0), 5);
+    ExpectVectorNear(points[0], first, 1e-12);
+    ExpectVectorNear(points[1], first + 450.0 * direction, 1e-9);
+    ExpectVectorNear(points[2], first + 950.0 * direction, 1e-9);
+    ExpectVectorNear(points[3], first + 1450.0 * direction, 1e-9);
+    ExpectVectorNear(points[4], end, 1e-9);
+    EXPECT_EQ(points[5], TVector3(0, 0, 0));
+    EXPECT_EQ(fDebug.str(), "");
+}
+
 TEST_F(TrajectoryTracker, TrackParticleDistancesAreComparedInSinglePrecision) {
     // As above, with the entry past the path a nanometre inside 250 mm of
     // the target: in single precision that distance is 250 itself, so the
