@@ -32,7 +32,8 @@ public:
 
     /// Takes ownership of `point`.  When a point with the same coordinates
     /// is already stored, `point` is deleted and the stored one is returned:
-    /// go on with the result.
+    /// go on with the result.  A null point has no meaning here and is not
+    /// guarded against (nor is a null edge in AddEdge).
     virtual IMeshPoint* AddPoint(IMeshPoint* point);
 
     /// Takes ownership of `edge`.  When an equivalent edge is already stored,

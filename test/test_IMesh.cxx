@@ -132,6 +132,25 @@ TEST(IMesh, EdgeBetweenNewPointsAtTakenPlacesUsesTheStoredPoints) {
     EXPECT_EQ(e->GetTail(), c);
 }
 
+TEST(IMesh, AddEdgeAddsItsEndsWithoutCallingAnOverriddenAddPoint) {
+    // A derived mesh whose AddPoint does more (as a triangulation does) must
+    // not be re-entered when edges are added.
+    struct CountingMesh : IMesh {
+        int overrideCalls = 0;
+        IMeshPoint* AddPoint(IMeshPoint* point) override {
+            ++overrideCalls;
+            return IMesh::AddPoint(point);
+        }
+    } mesh;
+    IMeshPoint* a = new IMeshXYPoint(0, 0);
+    IMeshPoint* b = new IMeshXYPoint(1, 0);
+    mesh.AddEdge(new IMeshEdge(a, b));
+    EXPECT_EQ(mesh.overrideCalls, 0);
+    EXPECT_EQ(mesh.GetPoints().size(), 2u);
+    EXPECT_EQ(a->GetEdgeCount(), 1);
+    EXPECT_EQ(b->GetEdgeCount(), 1);
+}
+
 TEST(IMesh, PointsIterateByXThenYWhateverTheInsertionOrder) {
     IMesh mesh;
     const double xy[][2] = {{2, 1}, {0, 5}, {2, -3}, {-1, 0}, {0, -5}, {2, 0}};

@@ -81,6 +81,15 @@ TEST(IMeshEdge, OrderByHeadThenTail) {
     EXPECT_FALSE(ab < ab);
 }
 
+TEST(IMeshEdge, LaterHeadSortsAfterWhateverTheTails) {
+    // bc's head (1,0) sorts after ae's head (0,0) although its tail (2,0)
+    // sorts before ae's tail (5,5): the heads decide.
+    IMeshXYPoint a(0, 0), b(1, 0), c(2, 0), e(5, 5);
+    IMeshEdge bc(&b, &c), ae(&a, &e);
+    EXPECT_FALSE(bc < ae);
+    EXPECT_TRUE(ae < bc);
+}
+
 TEST(IMeshEdge, OrderLooksAtPlacesWhileEqualityLooksAtPointers) {
     IMeshXYPoint a(0, 0), b(1, 1), a2(0, 0), b2(1, 1);
     IMeshEdge e(&a, &b), twin(&a2, &b2), same(&b, &a);
