@@ -33,6 +33,7 @@ namespace {
     public:
         int Number() const { return fNumber; }
         std::size_t TriangleCount() const { return fChildren.size(); }
+        IDelaunayTriangle* Root() const { return fRoot; }
     };
 
     /// Makes triangles by hand.  The triangles belong to a scratch mesh,
@@ -502,6 +503,38 @@ TEST(IDelaunay2D, NewMeshIsEmptyWithTwoInsertionsCounted) {
     mesh.Close();
     EXPECT_TRUE(mesh.GetEdges().empty());
     EXPECT_TRUE(mesh.GetPoints().empty());
+}
+
+TEST(IDelaunay2D, RootIsSplitByTheScaffoldCornersAndOuterTrianglesAreNot) {
+    ProbedDelaunay mesh;
+    // Three directions at infinity (3), bogus (64) and split (16).
+    EXPECT_EQ(mesh.Root()->GetFlag().GetValue(), 83);
+    // A split triangle keeps its old links, so the root still leads to the
+    // outer triangles; these never conflict, so they never split.
+    std::set<IDelaunayTriangle*> outers;
+    for (int i = 0; i < 3; ++i) {
+        IDelaunayTriangle* outer = mesh.Root()->GetNeighbor(i);
+        EXPECT_EQ(outer->GetFlag().GetValue(), 68);
+        outers.insert(outer);
+    }
+    EXPECT_EQ(outers.size(), 3u);
+}
+
+TEST(IDelaunay2D, PointInConflictWithNothingIsKeptOutOfEveryTriangle) {
+    ProbedDelaunay mesh;
+    const std::size_t triangles = mesh.TriangleCount();
+    // Every test against a triangle other than the root compares a NaN with
+    // 0, which is false: the search through the root's daughters finds
+    // nothing, and the point is stored in no triangle.
+    IMeshPoint* point = new IMeshXYPoint(std::numeric_limits<double>::quiet_NaN(), 0.5);
+    EXPECT_EQ(mesh.AddPoint(point), point);
+    EXPECT_EQ(mesh.Number(), 3);
+    EXPECT_EQ(mesh.TriangleCount(), triangles);
+    ASSERT_EQ(mesh.GetPoints().size(), 1u);
+    EXPECT_EQ(*mesh.GetPoints().begin(), point);
+    mesh.Close();
+    EXPECT_TRUE(mesh.GetEdges().empty());
+    EXPECT_EQ(point->GetEdgeCount(), 0);
 }
 
 TEST(IDelaunay2D, SameCoordinatesTwiceReturnTheFirstPointWithoutCounting) {
