@@ -183,6 +183,26 @@ TEST(IMesh, RemoveEdgeLeavesBothEndsWithoutTheEdge) {
     EXPECT_EQ(*b->BeginEdges(), bc);
 }
 
+TEST(IMesh, RemoveEdgeErasesTheStoredEntryAndDeletesTheArgument) {
+    Destroyed().clear();
+    IMesh mesh;
+    IMeshPoint* a = mesh.AddPoint(new IMeshXYPoint(0, 0));
+    IMeshPoint* b = mesh.AddPoint(new IMeshXYPoint(1, 0));
+    TrackedEdge* stored = new TrackedEdge(a, b);
+    mesh.AddEdge(stored);
+    // Equivalent by its places, but another object never added to the mesh.
+    TrackedEdge* twin = new TrackedEdge(b, a);
+    const int twinSerial = twin->fSerial;
+    mesh.RemoveEdge(twin);
+    EXPECT_EQ(Destroyed()[twinSerial], 1);
+    EXPECT_EQ(Destroyed().count(stored->fSerial), 0u);
+    EXPECT_TRUE(mesh.GetEdges().empty());
+    // Detaching the twin by key took the stored edge off both ends too.
+    EXPECT_EQ(a->GetEdgeCount(), 0);
+    EXPECT_EQ(b->GetEdgeCount(), 0);
+    delete stored;   // no longer anyone's
+}
+
 namespace {
     /// Fills a mesh with a square, its diagonal and a lone point, in the
     /// given order of point and edge creation.
