@@ -29,7 +29,8 @@ public:
     IChargeClusters2D(double xGap, double yGap, double prec, TVector3 plane);
     virtual ~IChargeClusters2D();
 
-    /// Any value is taken as it is: a negative ratio simply lets no hit join.
+    /// Any value is taken as it is: a negative ratio lets no hit of zero or
+    /// positive charge join a member of positive charge.
     void SetChargeRatioCut(double ratio) { fChargeRatio = ratio; }
 
     /// Any value is taken as it is: the limit is read as an unsigned 32-bit

@@ -599,6 +599,21 @@ TEST_F(ChargeClusters2D, ComboHitOutOfRangeIsReportedAndLeftOutOfTheResult) {
     EXPECT_EQ(input[2].GetReferenceCount(), 1);
 }
 
+TEST_F(ChargeClusters2D, OutOfRangeErrorLineIsWrittenEvenWhenTheDebugLogIsSilent) {
+    IChargeClusters2D clusterer(1.0, 1.0, 0.5, TVector3(0.0, -1.0, 0.0));
+    IHitSelection input = Selection({Hit(1.0, 0.0, 0, 0), Hit(1.0, 1000000.0, 0, 0)});
+    IORVEXLog::ErrorPriority kept = IORVEXLog::GetDebugLevel();
+    IORVEXLog::SetDebugLevel(IORVEXLog::SilentLevel);
+    testing::internal::CaptureStdout();
+    std::unique_ptr<IHitSelection> result = Apply(clusterer, input);
+    std::string out = testing::internal::GetCapturedStdout();
+    IORVEXLog::SetDebugLevel(kept);
+    EXPECT_TRUE(result->empty());
+    EXPECT_NE(fDebug.str().find(": Combo hit position out of range\n"), std::string::npos)
+        << fDebug.str();
+    EXPECT_EQ(out.find(kHashes), 0u);
+}
+
 TEST_F(ChargeClusters2D, NullHandleThrowsFromTheComparator) {
     IChargeClusters2D clusterer(1.0, 1.0, 0.5, kAlongZ);
     IHitSelection input = Selection({Hit(1.0, 0, 0, 0), IHandle<IHit>()});

@@ -204,7 +204,18 @@ TEST(DensityCluster, OneHitWithMinPtsTwoStaysInTheRemainder) {
     IHitSelection input = Selection({Hit(0.0, 0.0)});
     clusterer.Cluster(input);
     EXPECT_EQ(clusterer.GetClusterCount(), 0u);
+    // ls only counts: it prints nothing anywhere.
+    std::ostringstream debug, log;
+    IORVEXLog::SetDebugStream(&debug);
+    IORVEXLog::SetLogStream(&log);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
     EXPECT_EQ(clusterer.ls(), 1u);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    IORVEXLog::SetDebugStream(NULL);
+    IORVEXLog::SetLogStream(NULL);
+    EXPECT_EQ(debug.str() + log.str(), "");
 }
 
 TEST(DensityCluster, EpsilonZeroMakesEveryHitAClusterOfOne) {
