@@ -17,7 +17,10 @@
 #include <ISimplexMinimizer.hxx>
 #include <TMinuitMinimizer.hxx>
 
+#include "MinuitEngineTesting.hxx"
+
 using namespace ORVEX;
+using minuit_testing::Rosenbrock;
 
 namespace {
     /// A quadratic bowl F(x) = (x - c)^T A (x - c) that counts how it is
@@ -75,29 +78,6 @@ namespace {
     const double kDeepBowlCovariance[3][3] = {{5.0 / 18, -2.0 / 18, 1.0 / 18},
                                               {-2.0 / 18, 8.0 / 18, -4.0 / 18},
                                               {1.0 / 18, -4.0 / 18, 11.0 / 18}};
-
-    /// (1 - x)^2 + 100 (y - x^2)^2: minimum 0 at (1, 1).
-    class Rosenbrock : public IMinimizerFunc {
-    public:
-        Rosenbrock() : IMinimizerFunc(2) {}
-        double Evaluate(const double* par, double*) override {
-            double valley = par[1] - par[0] * par[0];
-            return (1.0 - par[0]) * (1.0 - par[0]) + 100.0 * valley * valley;
-        }
-
-        /// The covariance 2 H^-1 at (x, y), from the exact Hessian
-        /// [[1200 x^2 - 400 y + 2, -400 x], [-400 x, 200]].  At (1, 1) it is
-        /// [[1, 2], [2, 4.01]]; its determinant, 80000 (x^2 - y) + 400,
-        /// changes by a tenth for a step of 5e-4 off the valley floor.
-        static TMatrixD Covariance(double x, double y) {
-            TMatrixD hessian(2, 2);
-            hessian(0, 0) = 1200.0 * x * x - 400.0 * y + 2.0;
-            hessian(0, 1) = hessian(1, 0) = -400.0 * x;
-            hessian(1, 1) = 200.0;
-            hessian.Invert();
-            return 2.0 * hessian;
-        }
-    };
 
     /// The chi-square of a circle (centre a, b and radius R) through points
     /// with a radial resolution sigma, with its exact gradient and Hessian,

@@ -4,57 +4,16 @@
 // test_IMinimizer.cxx.
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include <ISimplexMinimizer.hxx>
 
+#include "MinuitEngineTesting.hxx"
+
 using namespace ORVEX;
-
-namespace {
-    /// 2 (x - 1)^2 + 2 (x - 1)(y + 2) + 3 (y + 2)^2: minimum 0 at (1, -2),
-    /// with A = [[2, 1], [1, 3]] and so covariance A^-1 = [[0.6, -0.2],
-    /// [-0.2, 0.4]] for an error definition of 1.
-    class TiltedBowl : public IMinimizerFunc {
-    public:
-        TiltedBowl() : IMinimizerFunc(2) {}
-        double Evaluate(const double* par, double*) override {
-            double x = par[0] - 1.0;
-            double y = par[1] + 2.0;
-            return 2.0 * x * x + 2.0 * x * y + 3.0 * y * y;
-        }
-    };
-    const double kCovariance[2][2] = {{0.6, -0.2}, {-0.2, 0.4}};
-
-    /// (1 - x)^2 + 100 (y - x^2)^2: minimum 0 at (1, 1) at the end of a
-    /// long curved valley.
-    class Rosenbrock : public IMinimizerFunc {
-    public:
-        Rosenbrock() : IMinimizerFunc(2) {}
-        double Evaluate(const double* par, double*) override {
-            double valley = par[1] - par[0] * par[0];
-            return (1.0 - par[0]) * (1.0 - par[0]) + 100.0 * valley * valley;
-        }
-    };
-
-    /// The Minuit commands echoed in a printout, in order.
-    std::vector<std::string> Commands(const std::string& printed) {
-        static const std::regex echo(R"( \*\* +\d+ \*\*([^\n]*))");
-        std::vector<std::string> found;
-        for (std::sregex_iterator it(printed.begin(), printed.end(), echo), end; it != end; ++it) {
-            found.push_back((*it)[1]);
-        }
-        return found;
-    }
-
-    std::string OptimizeCapturingStdout(ISimplexMinimizer& engine, double& a, double& b) {
-        testing::internal::CaptureStdout();
-        engine.Optimize(a, b);
-        return testing::internal::GetCapturedStdout();
-    }
-}
+using namespace minuit_testing;
 
 TEST(ISimplexMinimizer, IsAnIMinimizerFirstAndATMinuitSecond) {
     static_assert(std::is_base_of<IMinimizer, ISimplexMinimizer>::value, "an IMinimizer");

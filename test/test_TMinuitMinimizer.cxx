@@ -4,48 +4,16 @@
 // test_IMinimizer.cxx.
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include <TMinuitMinimizer.hxx>
 
+#include "MinuitEngineTesting.hxx"
+
 using namespace ORVEX;
-
-namespace {
-    /// 2 (x - 1)^2 + 2 (x - 1)(y + 2) + 3 (y + 2)^2: minimum 0 at (1, -2),
-    /// with A = [[2, 1], [1, 3]] and so covariance A^-1 = [[0.6, -0.2],
-    /// [-0.2, 0.4]] for an error definition of 1: errors sqrt(0.6) =
-    /// 0.774597 and sqrt(0.4) = 0.632456, correlation -0.2 / sqrt(0.24) =
-    /// -0.40825.
-    class TiltedBowl : public IMinimizerFunc {
-    public:
-        TiltedBowl() : IMinimizerFunc(2) {}
-        double Evaluate(const double* par, double*) override {
-            double x = par[0] - 1.0;
-            double y = par[1] + 2.0;
-            return 2.0 * x * x + 2.0 * x * y + 3.0 * y * y;
-        }
-    };
-    const double kCovariance[2][2] = {{0.6, -0.2}, {-0.2, 0.4}};
-
-    /// The Minuit commands echoed in a printout, in order.
-    std::vector<std::string> Commands(const std::string& printed) {
-        static const std::regex echo(R"( \*\* +\d+ \*\*([^\n]*))");
-        std::vector<std::string> found;
-        for (std::sregex_iterator it(printed.begin(), printed.end(), echo), end; it != end; ++it) {
-            found.push_back((*it)[1]);
-        }
-        return found;
-    }
-
-    std::string OptimizeCapturingStdout(TMinuitMinimizer& engine, double& a, double& b) {
-        testing::internal::CaptureStdout();
-        engine.Optimize(a, b);
-        return testing::internal::GetCapturedStdout();
-    }
-}
+using namespace minuit_testing;
 
 TEST(TMinuitMinimizer, IsAnIMinimizerFirstAndATMinuitSecond) {
     static_assert(std::is_base_of<IMinimizer, TMinuitMinimizer>::value, "an IMinimizer");
