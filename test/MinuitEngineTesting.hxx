@@ -6,11 +6,13 @@
 
 #include <regex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include <TMatrixD.h>
+#include <TMinuit.h>
 
 #include <IMinimizer.hxx>
 
@@ -63,6 +65,22 @@ namespace minuit_testing {
             found.push_back((*it)[1]);
         }
         return found;
+    }
+
+    /// An engine is an IMinimizer first and a TMinuit second, in that order
+    /// in memory, and has no dictionary of its own: ROOT sees a TMinuit.
+    template <class Engine>
+    void ExpectMinimizerThenMinuit() {
+        static_assert(std::is_base_of<ORVEX::IMinimizer, Engine>::value, "an IMinimizer");
+        static_assert(std::is_base_of<TMinuit, Engine>::value, "a TMinuit");
+        TiltedBowl func;
+        Engine engine(func);
+        ORVEX::IMinimizer* minimizer = &engine;
+        TMinuit* minuit = &engine;
+        EXPECT_EQ(static_cast<void*>(minimizer), static_cast<void*>(&engine));
+        EXPECT_GT(static_cast<void*>(minuit), static_cast<void*>(minimizer));
+        EXPECT_EQ(dynamic_cast<ORVEX::IMinimizer*>(minuit), minimizer);
+        EXPECT_EQ(engine.IsA(), TMinuit::Class());
     }
 
     /// What Minuit prints while `engine` optimizes (a, b).

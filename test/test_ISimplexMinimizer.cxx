@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include <ISimplexMinimizer.hxx>
@@ -16,17 +15,7 @@ using namespace ORVEX;
 using namespace minuit_testing;
 
 TEST(ISimplexMinimizer, IsAnIMinimizerFirstAndATMinuitSecond) {
-    static_assert(std::is_base_of<IMinimizer, ISimplexMinimizer>::value, "an IMinimizer");
-    static_assert(std::is_base_of<TMinuit, ISimplexMinimizer>::value, "a TMinuit");
-    TiltedBowl func;
-    ISimplexMinimizer engine(func);
-    IMinimizer* minimizer = &engine;
-    TMinuit* minuit = &engine;
-    EXPECT_EQ(static_cast<void*>(minimizer), static_cast<void*>(&engine));
-    EXPECT_GT(static_cast<void*>(minuit), static_cast<void*>(minimizer));
-    EXPECT_EQ(dynamic_cast<IMinimizer*>(minuit), minimizer);
-    // No dictionary of its own: ROOT sees a TMinuit.
-    EXPECT_EQ(engine.IsA(), TMinuit::Class());
+    ExpectMinimizerThenMinuit<ISimplexMinimizer>();
 }
 
 TEST(ISimplexMinimizer, IssuesSimplexAndNothingElse) {
