@@ -79,6 +79,35 @@ namespace {
         return 0.5 * kTesla * TVector3(std::cos(p.X() / 5.0), 0.0, std::sin(p.X() / 5.0));
     }
 
+    /// The step-doubling error of a first step of `h` from `x0` in the
+    /// turning field: the distance between one full step and two halves.
+    /// Taken on a copy, so the manager under test keeps its state.
+    double StepDoublingError(IDriftManager reference, const TLorentzVector& x0, double h) {
+        IFieldManager::SetFieldMap(TurningField);
+        TLorentzVector full = reference.Step(x0, -1, h, false);
+        TLorentzVector mid = reference.Step(x0, -1, h / 2, true);
+        TLorentzVector halves = reference.Step(mid, -1, h / 2, false);
+        return (halves.Vect() - full.Vect()).Mag();
+    }
+
+    /// The times of every field lookup while `m` drifts a cloud from `x0`
+    /// in the turning field, in time mode, with its messages swallowed.
+    std::vector<double> LookupTimesOfADrift(IDriftManager& m, const TLorentzVector& x0) {
+        std::vector<double> times;
+        IFieldManager::SetFieldMap([&times](const TLorentzVector& p) {
+            times.push_back(p.T());
+            return TurningField(p);
+        });
+        IElectronCloud cloud(10, x0.Vect(), TVector3(), 0.0, -1);
+        int nbrSteps, nbrStepCalls, nbrVCalls;
+        double hMin;
+        testing::internal::CaptureStdout();
+        m.Drift(1e6, true, cloud, nbrSteps, nbrStepCalls, nbrVCalls, hMin);
+        testing::internal::GetCapturedStdout();
+        IFieldManager::SetUniformField(TVector3(0, 0, 0));
+        return times;
+    }
+
     class DriftTest : public testing::Test {
     protected:
         void SetUp() override { ResetField(); }
@@ -770,29 +799,14 @@ TEST_F(DriftTest, ErrorBelowTheThresholdSkipsTheQuarterPowerLaw) {
     const double hMax = 1.0;
     IDriftManager reference;
     reference.InitializeFromDB(true, hMax, 1e-4, 2, 1.0, h1, 2.0, kMu, kVd);
-    IFieldManager::SetFieldMap(TurningField);
     TLorentzVector x0(30, 0, 0, 0);
-    TLorentzVector full = reference.Step(x0, -1, h1, false);
-    TLorentzVector mid = reference.Step(x0, -1, h1 / 2, true);
-    TLorentzVector halves = reference.Step(mid, -1, h1 / 2, false);
-    double errorEst = (halves.Vect() - full.Vect()).Mag();
+    double errorEst = StepDoublingError(reference, x0, h1);
     ASSERT_GT(errorEst, 1e-12);
     ASSERT_LT(errorEst, 1e-08);
 
     IDriftManager m;
     m.InitializeFromDB(true, hMax, 1e-4, 2, 4 * errorEst, h1, 2.0, kMu, kVd);
-    std::vector<double> times;
-    IFieldManager::SetFieldMap([&times](const TLorentzVector& p) {
-        times.push_back(p.T());
-        return TurningField(p);
-    });
-    IElectronCloud cloud(10, x0.Vect(), TVector3(), 0.0, -1);
-    int nbrSteps, nbrStepCalls, nbrVCalls;
-    double hMin;
-    testing::internal::CaptureStdout();
-    m.Drift(1e6, true, cloud, nbrSteps, nbrStepCalls, nbrVCalls, hMin);
-    testing::internal::GetCapturedStdout();
-    IFieldManager::SetUniformField(TVector3(0, 0, 0));
+    std::vector<double> times = LookupTimesOfADrift(m, x0);
     ASSERT_GE(times.size(), 33u);
     EXPECT_EQ(times[29], h1);
     EXPECT_NEAR(times[32] - times[29], hMax, 1e-12);
@@ -803,30 +817,14 @@ TEST_F(DriftTest, NextStepFollowsTheQuarterPowerOfHalfTheToleranceOverTheError) 
     const double h1 = 2.0;
     IDriftManager m;
     m.InitializeFromDB(true, 500.0, 0.5, 2, tol, h1, 2.0, kMu, kVd);
-    IDriftManager reference = m;
-    IFieldManager::SetFieldMap(TurningField);
     TLorentzVector x0(30, 0, 0, 0);
-    TLorentzVector full = reference.Step(x0, -1, h1, false);
-    TLorentzVector mid = reference.Step(x0, -1, h1 / 2, true);
-    TLorentzVector halves = reference.Step(mid, -1, h1 / 2, false);
-    double errorEst = (halves.Vect() - full.Vect()).Mag();
+    double errorEst = StepDoublingError(m, x0, h1);   // on a copy of m
     ASSERT_GT(errorEst, 1e-08);
     ASSERT_LT(errorEst, tol);
     double h2 = h1 * std::pow(tol / (2 * errorEst), 0.25);
     ASSERT_LT(h2, 500.0);
 
-    std::vector<double> times;
-    IFieldManager::SetFieldMap([&times](const TLorentzVector& p) {
-        times.push_back(p.T());
-        return TurningField(p);
-    });
-    IElectronCloud cloud(10, x0.Vect(), TVector3(), 0.0, -1);
-    int nbrSteps, nbrStepCalls, nbrVCalls;
-    double hMin;
-    testing::internal::CaptureStdout();
-    m.Drift(1e6, true, cloud, nbrSteps, nbrStepCalls, nbrVCalls, hMin);
-    testing::internal::GetCapturedStdout();
-    IFieldManager::SetUniformField(TVector3(0, 0, 0));
+    std::vector<double> times = LookupTimesOfADrift(m, x0);
     // Pass 2 starts at lookup 29; its fourth lookup is at the end of its step.
     ASSERT_GE(times.size(), 33u);
     EXPECT_EQ(times[29], h1);
