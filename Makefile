@@ -5,7 +5,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo install clean
+.PHONY: all setup configure build test demo install clean format format-check
 
 all: build
 
@@ -27,3 +27,15 @@ install: build
 
 clean:
 	rm -rf $(BUILD)
+
+# The C++ sources in the layout .clang-format describes.
+FORMATTED = git ls-files '*.cxx' '*.hxx' '*.h' '*.C'
+
+setup:
+	./scripts/setup.sh >/dev/null
+
+format: setup
+	$(FORMATTED) | xargs clang-format -i
+
+format-check: setup
+	$(FORMATTED) | xargs clang-format --dry-run --Werror
