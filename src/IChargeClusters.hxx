@@ -1,7 +1,9 @@
 #ifndef ORVEX_IChargeClusters_hxx_seen
 #define ORVEX_IChargeClusters_hxx_seen
 
-#include <list>
+#include <vector>
+
+#include <TVector3.h>
 
 #include <IHandle.hxx>
 #include <IHit.hxx>
@@ -10,6 +12,9 @@
 
 namespace ORVEX {
     class IChargeClusters;
+}
+namespace ovUtility {
+    class BoxCellIndex;
 }
 
 /// Groups the hits of a selection into combo hits around the hits of
@@ -40,11 +45,20 @@ public:
     IHitSelection* operator()(const IHitSelection& hits);
 
 private:
-    /// True when the free hit may join the cluster through the member.
-    bool Joins(const IHandle<IHit>& free, const IHandle<IHit>& member) const;
+    /// A hit with its charge and position, read once.
+    struct RankedHit {
+        IHandle<IHit> hit;
+        double charge;
+        TVector3 position;
+    };
 
-    /// Takes into the cluster every free hit reachable from its members.
-    void Grow(IComboHit& combo, std::list<IHandle<IHit> >& freeList) const;
+    /// True when the free hit may join the cluster through the member.
+    bool Joins(const RankedHit& free, const RankedHit& member) const;
+
+    /// Takes into the cluster of `seed` every free hit reachable from its
+    /// members; hits are named by their rank in descending charge.
+    void Grow(IComboHit& combo, std::size_t seed, const std::vector<RankedHit>& ranked,
+              ovUtility::BoxCellIndex& freeHits) const;
 
     double fXGap;
     double fYGap;

@@ -23,6 +23,9 @@
 
 #include <IChargeClusters.hxx>
 
+#include "ChargeClustersReference.hxx"
+#include "ClusterComparison.hxx"
+
 using namespace ORVEX;
 
 namespace {
@@ -76,44 +79,6 @@ namespace {
         DebugCapture() { IORVEXLog::SetDebugStream(&text); }
         ~DebugCapture() { IORVEXLog::SetDebugStream(NULL); }
     };
-
-    // A hit that counts how often its position and its charge are asked for.
-    struct CountingHit : public ISingleHit {
-        CountingHit(int id, double charge, double x, double y = 0.0, double z = 0.0)
-            : ISingleHit(id, charge, TVector3(x, y, z)) {}
-        mutable int fPositionReads = 0;
-        mutable int fChargeReads = 0;
-        const TVector3& GetPosition() const override {
-            ++fPositionReads;
-            return ISingleHit::GetPosition();
-        }
-        double GetCharge() const override {
-            ++fChargeReads;
-            return ISingleHit::GetCharge();
-        }
-    };
-
-    // How often the host's FinishCombo reads the position of one member.
-    int PositionReadsOfFinishing() {
-        CountingHit* hit = new CountingHit(0, 1.0, 0.0);
-        IHandle<IHit> handle(hit);
-        IComboHit combo;
-        combo.AddHit(handle);
-        hit->fPositionReads = 0;
-        combo.FinishCombo();
-        return hit->fPositionReads;
-    }
-
-    // The same for the charge.
-    int ChargeReadsOfFinishing() {
-        CountingHit* hit = new CountingHit(0, 1.0, 0.0);
-        IHandle<IHit> handle(hit);
-        IComboHit combo;
-        combo.AddHit(handle);
-        hit->fChargeReads = 0;
-        combo.FinishCombo();
-        return hit->fChargeReads;
-    }
 }
 
 // ---------------------------------------------------------------- basics
@@ -379,95 +344,76 @@ TEST(ChargeClusters, TwoCallsOnOneObjectAreIndependent) {
     EXPECT_NE((*first)[0].GetPointerValue(), (*second)[0].GetPointerValue());
 }
 
-// ------------------------------------------------------ the cost of growing
+// ------------------------------------------------------ the order of growing
 
 TEST(ChargeClusters, MemberCursorResetsAfterAnAdditionWhileTheFreeCursorGoesOn) {
     // On X with gaps 1: S 100 at 0, M 90 at 1, W 85 at 10, X 80 at 2,
-    // Y 70 at 1.5.  Worked by hand, the walks test W against S once,
-    // against M three times (once per walk that M starts), and against X
-    // and Y once each; S is the member of five tests (its own walk, and the
-    // rest of two walks after M added).  Each test reads each position three
-    // times; a seed's position is read three times more.
-    int finishing = PositionReadsOfFinishing();
-    CountingHit* s = new CountingHit(1, 100.0, 0.0);
-    CountingHit* m = new CountingHit(2, 90.0, 1.0);
-    CountingHit* w = new CountingHit(3, 85.0, 10.0);
-    CountingHit* x = new CountingHit(4, 80.0, 2.0);
-    CountingHit* y = new CountingHit(5, 70.0, 1.5);
-    IHitSelection input = Selection({IHandle<IHit>(s), IHandle<IHit>(m), IHandle<IHit>(w),
-                                     IHandle<IHit>(x), IHandle<IHit>(y)});
+    // Y 70 at 1.5.  S takes M; the walk with M takes X, then goes on with S
+    // from X on and finds nothing; the next walk with M takes Y.  W stays
+    // alone.
+    IHitSelection input = Selection({Hit(1, 100.0, 0.0), Hit(2, 90.0, 1.0), Hit(3, 85.0, 10.0),
+                                     Hit(4, 80.0, 2.0), Hit(5, 70.0, 1.5)});
     IChargeClusters clusterer(1.0, 1.0, 1.0);
-    std::unique_ptr<IHitSelection> result = Cluster(clusterer, input);
-    EXPECT_EQ(ClusterIds(*result), (Ids{{1, 2, 4, 5}, {3}}));
-    EXPECT_EQ(w->fPositionReads, 3 * 6 + 3 + finishing);
-    EXPECT_EQ(s->fPositionReads, 3 * 5 + 3 + finishing);
-    // Y: tested against S twice and joins M, then walks W once.
-    EXPECT_EQ(y->fPositionReads, 3 * 4 + finishing);
-    // M: joins S, then is the member of the tests M-W, M-X, M-W, M-Y, M-W.
-    EXPECT_EQ(m->fPositionReads, 3 * 6 + finishing);
+    EXPECT_EQ(ClusterIds(*Cluster(clusterer, input)), (Ids{{1, 2, 4, 5}, {3}}));
 }
 
-TEST(ChargeClusters, OldComboHitsAreWalkedAgainInEveryGrowthStage) {
-    // S 100 at 0, W 50 at 10, V 40 at 20, gaps 1: three clusters of one.
-    // V is tested against S when S grows, against S again and against W
-    // when W grows.
-    int finishing = PositionReadsOfFinishing();
-    CountingHit* s = new CountingHit(1, 100.0, 0.0);
-    CountingHit* w = new CountingHit(2, 50.0, 10.0);
-    CountingHit* v = new CountingHit(3, 40.0, 20.0);
-    IHitSelection input = Selection({IHandle<IHit>(v), IHandle<IHit>(w), IHandle<IHit>(s)});
+TEST(ChargeClusters, LaterMembersTakeTheirJoinersAfterEarlierOnes) {
+    // S 100 at 0 takes A 50 at 1 and B 40 at -1 (in list order); A then
+    // takes C 30 at 2, B takes D 35 at -2 although D comes before C in the
+    // list.
+    IHitSelection input = Selection({Hit(1, 100.0, 0.0), Hit(2, 50.0, 1.0), Hit(3, 40.0, -1.0),
+                                     Hit(4, 30.0, 2.0), Hit(5, 35.0, -2.0)});
     IChargeClusters clusterer(1.0, 1.0, 1.0);
-    std::unique_ptr<IHitSelection> result = Cluster(clusterer, input);
-    EXPECT_EQ(ClusterIds(*result), (Ids{{1}, {2}, {3}}));
-    EXPECT_EQ(v->fPositionReads, 3 * 3 + 3 + finishing);
-    EXPECT_EQ(s->fPositionReads, 3 * 3 + 3 + finishing);
-    EXPECT_EQ(w->fPositionReads, 3 * 2 + 3 + finishing);
+    EXPECT_EQ(ClusterIds(*Cluster(clusterer, input)), (Ids{{1, 2, 3, 4, 5}}));
 }
 
-TEST(ChargeClusters, SeedRangeIsTestedXThenYThenZEachOnANewRead) {
-    CountingHit* outInX = new CountingHit(1, 1.0, 2e5);
-    IHandle<IHit> handleX(outInX);
-    EXPECT_TRUE(ClusterOnce(1.0, 1.0, 1.0, {handleX}).empty());
-    EXPECT_EQ(outInX->fPositionReads, 1);
+// ----------------------------------------- equivalence with the literal walk
 
-    CountingHit* outInY = new CountingHit(3, 1.0, 0.0, -2e5);
-    IHandle<IHit> handleY(outInY);
-    EXPECT_TRUE(ClusterOnce(1.0, 1.0, 1.0, {handleY}).empty());
-    EXPECT_EQ(outInY->fPositionReads, 2);
+namespace {
+    std::string ClusterText(IChargeClusters& clusterer, const IHitSelection& input) {
+        std::unique_ptr<IHitSelection> result(clusterer(input));
+        return comparison::DescribeSelection(*result, comparison::PlacesOf(input));
+    }
 
-    CountingHit* outInZ = new CountingHit(4, 1.0, 0.0, 0.0, 2e5);
-    IHandle<IHit> handleZ(outInZ);
-    EXPECT_TRUE(ClusterOnce(1.0, 1.0, 1.0, {handleZ}).empty());
-    EXPECT_EQ(outInZ->fPositionReads, 3);
-
-    CountingHit* inRange = new CountingHit(2, 1.0, 0.0);
-    IHandle<IHit> handleIn(inRange);
-    int finishing = PositionReadsOfFinishing();
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {handleIn}), (Ids{{2}}));
-    EXPECT_EQ(inRange->fPositionReads, 3 + finishing);
+    std::string ClusterText(const reference::LiteralChargeClusters& clusterer, const IHitSelection& input) {
+        std::unique_ptr<IHitSelection> result(clusterer(input));
+        return comparison::DescribeSelection(*result, comparison::PlacesOf(input));
+    }
 }
 
-TEST(ChargeClusters, ChargeIsTestedBeforeTheBox) {
-    // S 10 at the origin and W 5 at z = 5, gaps 1: W is out of S's box on
-    // Z alone, yet the charge test comes first and reads both charges.
-    // Besides that one test, each charge is read by the sort of two hits,
-    // once as a seed, and by the finishing of its cluster of one.
-    CountingHit* s = new CountingHit(1, 10.0, 0.0);
-    CountingHit* w = new CountingHit(2, 5.0, 0.0, 0.0, 5.0);
-    IHandle<IHit> handleS(s);
-    IHandle<IHit> handleW(w);
-    std::list<IHandle<IHit> > pair = {handleW, handleS};
-    pair.sort([](const IHandle<IHit>& a, const IHandle<IHit>& b) {
-        return a->GetCharge() > b->GetCharge();
-    });
-    const int sortS = s->fChargeReads;
-    const int sortW = w->fChargeReads;
-    s->fChargeReads = 0;
-    w->fChargeReads = 0;
-    const int finishing = ChargeReadsOfFinishing();
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {handleW, handleS}), (Ids{{1}, {2}}));
-    EXPECT_EQ(w->fChargeReads, sortW + 1 + 1 + finishing);
-    EXPECT_EQ(s->fChargeReads, sortS + 1 + 1 + finishing);
+TEST(ChargeClusters, RandomEventsGiveWhatTheLiteralReferenceWalkGives) {
+    comparison::HardDraws draw(20261124);
+    for (int event = 0; event < 20000; ++event) {
+        const double xGap = draw.Gap(), yGap = draw.Gap(), zGap = draw.Gap();
+        IHitSelection input = draw.Hits(draw.Size());
+        IChargeClusters library(xGap, yGap, zGap);
+        reference::LiteralChargeClusters literal(xGap, yGap, zGap);
+        comparison::Observed fast = comparison::Observe([&] { return ClusterText(library, input); });
+        comparison::Observed slow = comparison::Observe([&] { return ClusterText(literal, input); });
+        comparison::ExpectSame(fast, slow, "event " + std::to_string(event));
+        if (HasFailure()) break;
+    }
+}
+
+TEST(ChargeClusters, BenchLikeEventGivesWhatTheLiteralReferenceWalkGives) {
+    // Long tracks of hits 8 apart with gaps of 12, showers and noise: long
+    // chains and many cells, as in a real event.
+    TRandom3 random(7);
+    IHitSelection input("event", "Tracks and noise");
+    for (int track = 0; track < 6; ++track) {
+        TVector3 start(random.Uniform(0, 300), random.Uniform(0, 300), random.Uniform(0, 300));
+        TVector3 step;
+        random.Sphere(step[0], step[1], step[2], 8.0);
+        for (int i = 0; i < 40; ++i)
+            input.push_back(Hit(input.size(), random.Landau(20, 3), (start + i * step).X(),
+                                (start + i * step).Y(), (start + i * step).Z()));
+    }
+    for (int i = 0; i < 200; ++i)
+        input.push_back(Hit(input.size(), random.Uniform(1, 6), random.Uniform(0, 300),
+                            random.Uniform(0, 300), random.Uniform(0, 300)));
+    IChargeClusters library(12.0, 12.0, 12.0);
+    reference::LiteralChargeClusters literal(12.0, 12.0, 12.0);
+    EXPECT_EQ(ClusterText(library, input), ClusterText(literal, input));
 }
 
 // -------------------------------------------------- out-of-range combo hits
