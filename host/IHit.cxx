@@ -69,12 +69,14 @@ void ORVEX::IComboHit::FinishCombo() {
     TVector3 weighted, plain;
     bool x = false, y = false, z = false;
     for (IHitSelection::const_iterator hit = fHits.begin(); hit != fHits.end(); ++hit) {
-        charge += (*hit)->GetCharge();
-        weighted += (*hit)->GetCharge() * (*hit)->GetPosition();
-        plain += (*hit)->GetPosition();
-        x = x || (*hit)->MeasuresX();
-        y = y || (*hit)->MeasuresY();
-        z = z || (*hit)->MeasuresZ();
+        // One checked access per member: the check costs more than the sums.
+        const IHit& member = **hit;
+        charge += member.GetCharge();
+        weighted += member.GetCharge() * member.GetPosition();
+        plain += member.GetPosition();
+        x = x || member.MeasuresX();
+        y = y || member.MeasuresY();
+        z = z || member.MeasuresZ();
     }
     SetCharge(charge);
     if (charge != 0.0) {

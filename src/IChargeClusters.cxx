@@ -5,6 +5,7 @@
 #include <cmath>
 #include <iostream>
 #include <list>
+#include <numeric>
 #include <vector>
 
 #include <IHitKinds.hxx>
@@ -13,8 +14,6 @@
 #include "detail/BoxCellIndex.hxx"
 
 namespace {
-    typedef std::list<ORVEX::IHandle<ORVEX::IHit> > HitList;
-
     /// Largest accepted absolute value of any one coordinate, for a seed and
     /// for a finished combo hit.
     const double kPositionRange = 100000.0;
@@ -22,17 +21,11 @@ namespace {
     /// A hit may join a member of up to this times the member's charge.
     const double kChargeSlope = 1.2;
 
-    int reverse_charge_compare(const ORVEX::IHandle<ORVEX::IHit>& a,
-                               const ORVEX::IHandle<ORVEX::IHit>& b) {
-        return a->GetCharge() > b->GetCharge() ? 1 : 0;
-    }
-
     /// True when every coordinate of the position is within the range.  The
     /// tests ask for a value above the range, so a NaN coordinate passes.
-    bool InRange(const TVector3& position) {
-        return !(std::fabs(position.X()) > kPositionRange ||
-                 std::fabs(position.Y()) > kPositionRange ||
-                 std::fabs(position.Z()) > kPositionRange);
+    bool InRange(double x, double y, double z) {
+        return !(std::fabs(x) > kPositionRange || std::fabs(y) > kPositionRange ||
+                 std::fabs(z) > kPositionRange);
     }
 
     /// Shows a finished combo hit whose position is out of range.
@@ -52,7 +45,8 @@ namespace {
         for (std::size_t c = 0; c < comboHits.size(); ++c) {
             ORVEX::IComboHit* combo = comboHits[c];
             combo->FinishCombo();
-            if (!InRange(combo->GetPosition())) {
+            const TVector3& position = combo->GetPosition();
+            if (!InRange(position.X(), position.Y(), position.Z())) {
                 ReportOutOfRange(*combo);
                 continue;
             }
@@ -73,9 +67,9 @@ ORVEX::IChargeClusters::~IChargeClusters() {}
 // gap, and a charge equal to the slope times the member's, pass.  Every
 // test asks for a rejection, so a NaN anywhere lets the pair through.
 bool ORVEX::IChargeClusters::Joins(const RankedHit& free, const RankedHit& member) const {
-    double xDelta = free.position.X() - member.position.X();
-    double yDelta = free.position.Y() - member.position.Y();
-    double zDelta = free.position.Z() - member.position.Z();
+    double xDelta = free.position[0] - member.position[0];
+    double yDelta = free.position[1] - member.position[1];
+    double zDelta = free.position[2] - member.position[2];
     if (free.charge > kChargeSlope * member.charge) return false;
     if (std::fabs(zDelta) > fZGap) return false;
     if (std::fabs(xDelta) > fXGap) return false;
@@ -107,29 +101,51 @@ void ORVEX::IChargeClusters::Grow(IComboHit& combo, std::size_t seed,
         std::sort(joiners.begin(), joiners.end());
         for (std::size_t rank : joiners) {
             freeHits.Take(rank);
-            combo.AddHit(ranked[rank].hit);
+            combo.AddHit(*ranked[rank].hit);
             members.push_back(rank);
         }
     }
 }
 
+// The free list is sorted by descending charge with std::list::sort, a
+// stable merge sort: hits of equal charge keep their input order, and so do
+// the clusters they seed.  A hit's rank is its place in this order.  Without
+// a NaN charge the comparison is a strict weak order and every stable sort
+// gives that order.  A NaN compares equal to everything, and then only the
+// same merge sort, of the hits' places with the same comparison of the same
+// charges, gives the same order.
+std::vector<ORVEX::IChargeClusters::RankedHit> ORVEX::IChargeClusters::RankByCharge(
+    const IHitSelection& hits) {
+    std::vector<double> charges;
+    charges.reserve(hits.size());
+    for (const IHandle<IHit>& hit : hits) charges.push_back(hit->GetCharge());
+    auto higher = [&charges](std::size_t a, std::size_t b) { return charges[a] > charges[b]; };
+    std::vector<std::size_t> order(hits.size());
+    std::iota(order.begin(), order.end(), 0);
+    if (std::none_of(charges.begin(), charges.end(), [](double q) { return std::isnan(q); })) {
+        std::stable_sort(order.begin(), order.end(), higher);
+    } else {
+        std::list<std::size_t> merged(order.begin(), order.end());
+        merged.sort(higher);
+        order.assign(merged.begin(), merged.end());
+    }
+
+    std::vector<RankedHit> ranked;
+    ranked.reserve(hits.size());
+    for (std::size_t i : order) {
+        const TVector3& position = hits[i]->GetPosition();
+        ranked.push_back(RankedHit{&hits[i], charges[i], {{position.X(), position.Y(), position.Z()}}});
+    }
+    return ranked;
+}
+
 ORVEX::IHitSelection* ORVEX::IChargeClusters::operator()(const IHitSelection& hits) {
-    // A null handle among the hits throws from the sort (or, alone, from
-    // reading its charge) and passes out; this selection is then not
-    // released.
+    // A null handle among the hits throws when its charge is read for the
+    // sort and passes out; this selection is then not released.
     IHitSelection* nhits = new IHitSelection(hits.GetName(), "Hit Handles");
 
-    HitList freeList(hits.begin(), hits.end());
-    // A stable sort: hits of equal charge keep their input order, and so
-    // do the clusters they seed.  A hit's rank is its place in this list.
-    freeList.sort(reverse_charge_compare);
-    std::vector<RankedHit> ranked;
-    ranked.reserve(freeList.size());
-    for (HitList::const_iterator hit = freeList.begin(); hit != freeList.end(); ++hit)
-        ranked.push_back(RankedHit{*hit, (*hit)->GetCharge(), (*hit)->GetPosition()});
-    freeList.clear();
-
-    std::vector<TVector3> positions;
+    std::vector<RankedHit> ranked = RankByCharge(hits);
+    std::vector<ovUtility::BoxCellIndex::Point> positions;
     positions.reserve(ranked.size());
     for (const RankedHit& hit : ranked) positions.push_back(hit.position);
     const std::array<double, 3> gaps = {fXGap, fYGap, fZGap};
@@ -143,11 +159,12 @@ ORVEX::IHitSelection* ORVEX::IChargeClusters::operator()(const IHitSelection& hi
         if (!freeHits.IsFree(seed)) continue;
         freeHits.Take(seed);
         if (ranked[seed].charge <= 0.0) continue;
-        if (!InRange(ranked[seed].position)) continue;
+        const std::array<double, 3>& position = ranked[seed].position;
+        if (!InRange(position[0], position[1], position[2])) continue;
         IComboHit* combo = new IComboHit;
         comboHits.push_back(combo);
         combo->PrepareCombo();
-        combo->AddHit(ranked[seed].hit);
+        combo->AddHit(*ranked[seed].hit);
         Grow(*combo, seed, ranked, freeHits);
     }
 

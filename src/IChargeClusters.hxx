@@ -1,9 +1,8 @@
 #ifndef ORVEX_IChargeClusters_hxx_seen
 #define ORVEX_IChargeClusters_hxx_seen
 
+#include <array>
 #include <vector>
-
-#include <TVector3.h>
 
 #include <IHandle.hxx>
 #include <IHit.hxx>
@@ -45,12 +44,15 @@ public:
     IHitSelection* operator()(const IHitSelection& hits);
 
 private:
-    /// A hit with its charge and position, read once.
+    /// A hit of the input with its charge and position, read once.
     struct RankedHit {
-        IHandle<IHit> hit;
+        const IHandle<IHit>* hit;
         double charge;
-        TVector3 position;
+        std::array<double, 3> position;
     };
+
+    /// The hits in the order of the sorted free list.
+    static std::vector<RankedHit> RankByCharge(const IHitSelection& hits);
 
     /// True when the free hit may join the cluster through the member.
     bool Joins(const RankedHit& free, const RankedHit& member) const;

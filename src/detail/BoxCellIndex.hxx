@@ -8,15 +8,14 @@
 #include <unordered_map>
 #include <vector>
 
-#include <TVector3.h>
-
 namespace ovUtility {
     class BoxCellIndex;
 }
 
 /// The free hits of a clustering, sorted into box cells, so that the hits
 /// that may lie within given gaps of a hit are looked for among the hits of
-/// the 27 cells around it instead of among all free hits.
+/// the 27 cells around it instead of among all free hits.  Cells are found
+/// by column (X and Y) in a hash table, and by Z within their column.
 ///
 /// A cell is twice the gap wide along each axis.  For two coordinates whose
 /// computed difference is within the gap, the computed cell numbers then
@@ -30,9 +29,11 @@ namespace ovUtility {
 /// within the gaps; the caller's own pair test decides.
 class ovUtility::BoxCellIndex {
 public:
+    typedef std::array<double, 3> Point;
+
     /// Every hit starts free.  `gaps` are the largest distances along X, Y
     /// and Z at which two hits may still be paired.
-    BoxCellIndex(const std::vector<TVector3>& positions, const std::array<double, 3>& gaps)
+    BoxCellIndex(const std::vector<Point>& positions, const std::array<double, 3>& gaps)
         : fFree(positions.size(), 1), fKeys(positions.size()), fOutside(positions.size(), 0) {
         for (int axis = 0; axis < 3; ++axis) {
             bool usable = gaps[axis] > 0.0 && std::isfinite(gaps[axis]);
@@ -65,28 +66,36 @@ public:
             return;
         }
         const Key& key = fKeys[hit];
-        int reach[3];
-        for (int axis = 0; axis < 3; ++axis) reach[axis] = fCellWidth[axis] > 0.0 ? 1 : 0;
-        for (std::int64_t dx = -reach[0]; dx <= reach[0]; ++dx)
-            for (std::int64_t dy = -reach[1]; dy <= reach[1]; ++dy)
-                for (std::int64_t dz = -reach[2]; dz <= reach[2]; ++dz) {
-                    auto cell = fCellOf.find(Key{{key[0] + dx, key[1] + dy, key[2] + dz}});
-                    if (cell != fCellOf.end()) VisitFree(fCells[cell->second], visit);
+        const std::int64_t reachX = fCellWidth[0] > 0.0, reachY = fCellWidth[1] > 0.0;
+        const std::int64_t reachZ = fCellWidth[2] > 0.0;
+        for (std::int64_t dx = -reachX; dx <= reachX; ++dx)
+            for (std::int64_t dy = -reachY; dy <= reachY; ++dy) {
+                auto column = fColumns.find(Column{{key[0] + dx, key[1] + dy}});
+                if (column == fColumns.end()) continue;
+                // The cells of a column are in ascending Z.
+                auto first = fCellZ.begin() + column->second.first;
+                auto last = fCellZ.begin() + column->second.second;
+                for (auto cell = std::lower_bound(first, last, key[2] - reachZ);
+                     cell != last && *cell <= key[2] + reachZ; ++cell) {
+                    VisitFree(cell - fCellZ.begin(), visit);
                 }
-        VisitFree(fOutsideFree, visit);
+            }
+        VisitFreeOutside(visit);
     }
 
 private:
     typedef std::array<std::int64_t, 3> Key;
-    struct KeyHash {
-        std::size_t operator()(const Key& key) const {
-            return static_cast<std::size_t>(key[0] * 73856093 ^ key[1] * 19349663 ^
-                                            key[2] * 83492791);
+    typedef std::array<std::int64_t, 2> Column;
+    struct ColumnHash {
+        std::size_t operator()(const Column& column) const {
+            std::uint64_t h = static_cast<std::uint64_t>(column[0]) * 0x9E3779B97F4A7C15ull ^
+                              static_cast<std::uint64_t>(column[1]) * 0xC2B2AE3D27D4EB4Full;
+            return static_cast<std::size_t>(h ^ (h >> 29));
         }
     };
 
     /// The cell of a position, or false when it stays out of the grid.
-    bool CellOf(const TVector3& position, Key& key) const {
+    bool CellOf(const Point& position, Key& key) const {
         const double limit = 1125899906842624.0;  // 2^50
         for (int axis = 0; axis < 3; ++axis) {
             key[axis] = 0;
@@ -98,27 +107,54 @@ private:
         return true;
     }
 
-    void FillCells(const std::vector<std::size_t>& inside) {
-        fCellOf.reserve(inside.size());
-        for (std::size_t hit : inside) {
-            auto cell = fCellOf.emplace(fKeys[hit], fCells.size());
-            if (cell.second) fCells.emplace_back();
-            fCells[cell.first->second].push_back(hit);
+    /// Sorts the hits in the grid by cell, X then Y then Z, so that each
+    /// cell is a run of hits and each column of cells a run of cells.
+    void FillCells(std::vector<std::size_t>& inside) {
+        std::vector<std::pair<Key, std::size_t> > byCell;
+        byCell.reserve(inside.size());
+        for (std::size_t hit : inside) byCell.emplace_back(fKeys[hit], hit);
+        std::sort(byCell.begin(), byCell.end());
+        for (std::size_t i = 0; i < inside.size(); ++i) inside[i] = byCell[i].second;
+        fHits = inside;
+        fColumns.reserve(inside.size());
+        for (std::size_t i = 0; i < inside.size(); ++i) {
+            const Key& key = fKeys[inside[i]];
+            if (i > 0 && key == fKeys[inside[i - 1]]) continue;
+            if (!fCellZ.empty()) fCellEnd.push_back(i);
+            const std::size_t cell = fCellZ.size();
+            fCellZ.push_back(key[2]);
+            fCellBegin.push_back(i);
+            auto column = fColumns.emplace(Column{{key[0], key[1]}}, std::make_pair(cell, cell));
+            column.first->second.second = cell + 1;
         }
+        if (!fCellZ.empty()) fCellEnd.push_back(inside.size());
     }
 
-    /// Visits the free hits of a list, dropping the taken ones from it on
+    /// Visits the free hits of a cell, dropping the taken ones from it on
     /// the way, since a hit never becomes free again.
     template <class Visit>
-    void VisitFree(std::vector<std::size_t>& hits, Visit& visit) {
-        std::size_t kept = 0;
-        for (std::size_t i = 0; i < hits.size(); ++i) {
-            std::size_t hit = hits[i];
+    void VisitFree(std::size_t cell, Visit& visit) {
+        std::size_t kept = fCellBegin[cell];
+        for (std::size_t i = fCellBegin[cell]; i < fCellEnd[cell]; ++i) {
+            std::size_t hit = fHits[i];
             if (!fFree[hit]) continue;
-            hits[kept++] = hit;
+            fHits[kept++] = hit;
             visit(hit);
         }
-        hits.resize(kept);
+        fCellEnd[cell] = kept;
+    }
+
+    /// The same for the hits outside the grid.
+    template <class Visit>
+    void VisitFreeOutside(Visit& visit) {
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < fOutsideFree.size(); ++i) {
+            std::size_t hit = fOutsideFree[i];
+            if (!fFree[hit]) continue;
+            fOutsideFree[kept++] = hit;
+            visit(hit);
+        }
+        fOutsideFree.resize(kept);
     }
 
     double fCellWidth[3];
@@ -126,8 +162,15 @@ private:
     std::vector<Key> fKeys;
     std::vector<char> fOutside;
     std::vector<std::size_t> fOutsideFree;
-    std::unordered_map<Key, std::size_t, KeyHash> fCellOf;
-    std::vector<std::vector<std::size_t> > fCells;
+    /// The hits in the grid, cell by cell; the free ones of a cell are at
+    /// the front of its run.
+    std::vector<std::size_t> fHits;
+    /// Each cell's Z number and its run of hits.
+    std::vector<std::int64_t> fCellZ;
+    std::vector<std::size_t> fCellBegin;
+    std::vector<std::size_t> fCellEnd;
+    /// Each column of cells (X and Y numbers) and its run of cells.
+    std::unordered_map<Column, std::pair<std::size_t, std::size_t>, ColumnHash> fColumns;
 };
 
 #endif
