@@ -1,11 +1,17 @@
 #include "IChargeClusters2D.hxx"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <iostream>
+#include <list>
+#include <set>
 #include <vector>
 
 #include <IORVEXLog.hxx>
+
+#include "detail/BoxCellIndex.hxx"
 
 namespace {
     using ORVEX::IComboHit;
@@ -22,52 +28,321 @@ namespace {
 
     const char* const kHashLine = "##############################################";
 
-    bool OutOfRange(const TVector3& position) {
-        return std::abs(position.X()) > kPositionRange ||
-               std::abs(position.Y()) > kPositionRange ||
-               std::abs(position.Z()) > kPositionRange;
+    bool OutOfRange(const std::array<double, 3>& position) {
+        return std::abs(position[0]) > kPositionRange || std::abs(position[1]) > kPositionRange ||
+               std::abs(position[2]) > kPositionRange;
     }
 
     /// Orders the free list upward along the normal, and hits of one plane
     /// (nearer than `prec`) by descending charge.  This is no strict weak
     /// order, since the tolerance doesn't chain; the order that comes out is
     /// the one that std::list::sort, a stable bottom-up merge, makes of it.
+    /// It compares hits by their places in `along` and `charge`, read once
+    /// for each hit: the same comparisons give the same order.
     class IHit_compare {
     public:
-        IHit_compare(double prec, const TVector3& zPlane)
-            : fPrec(prec), fZPlane(zPlane) {}
+        IHit_compare(double prec, const std::vector<double>& along,
+                     const std::vector<double>& charge)
+            : fPrec(prec), fAlong(along), fCharge(charge) {}
 
-        int operator()(const IHandle<IHit>& a, const IHandle<IHit>& b) const {
-            TVector3 aPosition = a->GetPosition();
-            TVector3 bPosition = b->GetPosition();
-            double aZ = aPosition.Dot(fZPlane);
-            double bZ = bPosition.Dot(fZPlane);
-            if (std::abs(aZ - bZ) < fPrec) return a->GetCharge() > b->GetCharge();
+        int operator()(std::size_t a, std::size_t b) const {
+            double aZ = fAlong[a];
+            double bZ = fAlong[b];
+            if (std::abs(aZ - bZ) < fPrec) return fCharge[a] > fCharge[b];
             return aZ < bZ;
         }
 
     private:
         double fPrec;
-        TVector3 fZPlane;
+        const std::vector<double>& fAlong;
+        const std::vector<double>& fCharge;
     };
 
-    /// Take seeds off the front of the list until one has a positive charge
-    /// and lies in range, and start a combo hit with it.  Hits that fail are
-    /// dropped silently.
-    void StartNextCluster(std::list<IHandle<IHit> >& freeList,
-                          std::vector<IComboHit*>& comboHits) {
-        while (!freeList.empty()) {
-            IHandle<IHit> seed = freeList.front();
-            freeList.pop_front();
-            if (seed->GetCharge() <= 0.0) continue;
-            if (OutOfRange(seed->GetPosition())) continue;
-            IComboHit* combo = new IComboHit;
-            comboHits.push_back(combo);
-            combo->PrepareCombo();
-            combo->AddHit(seed);
-            return;
+    /// A hit of the input in the order of the sorted free list (its rank),
+    /// with its charge and its coordinates along the two in-plane axes and
+    /// the normal, read once.
+    struct PlaneHit {
+        const IHandle<IHit>* hit;
+        double charge;
+        ovUtility::BoxCellIndex::Point plane;
+        std::array<double, 3> position;
+    };
+
+    /// Where the walks over the free list stop: the free hits' places along
+    /// the normal, in rank order, in a tree of maxima, so that the first
+    /// free hit above a member's band is found without walking up to it.
+    /// A NaN place never stops a walk and counts as minus infinity.
+    class BandStops {
+    public:
+        explicit BandStops(const std::vector<PlaneHit>& ranked) : fLeaves(1) {
+            while (fLeaves < ranked.size()) fLeaves *= 2;
+            fMax.assign(2 * fLeaves, -HUGE_VAL);
+            fAny.assign(2 * fLeaves, 0);
+            for (std::size_t rank = 0; rank < ranked.size(); ++rank) {
+                double along = ranked[rank].plane[2];
+                fMax[fLeaves + rank] = std::isnan(along) ? -HUGE_VAL : along;
+                fAny[fLeaves + rank] = 1;
+            }
+            for (std::size_t node = fLeaves - 1; node > 0; --node) Update(node);
         }
+
+        void Take(std::size_t rank) {
+            std::size_t node = fLeaves + rank;
+            fAny[node] = 0;
+            for (node /= 2; node > 0; node /= 2) Update(node);
+        }
+
+        /// The first free rank from `from` on whose place `stops`, or
+        /// `none` when there is none.  `stops` must hold for every place
+        /// above one where it holds, so that a subtree holds such a rank
+        /// exactly when its largest place does.
+        template <class Stops>
+        std::size_t First(std::size_t from, Stops stops, std::size_t none) const {
+            return First(1, 0, fLeaves, from, stops, none);
+        }
+
+    private:
+        void Update(std::size_t node) {
+            fAny[node] = fAny[2 * node] || fAny[2 * node + 1];
+            double left = fAny[2 * node] ? fMax[2 * node] : -HUGE_VAL;
+            double right = fAny[2 * node + 1] ? fMax[2 * node + 1] : -HUGE_VAL;
+            fMax[node] = std::max(left, right);
+        }
+
+        template <class Stops>
+        std::size_t First(std::size_t node, std::size_t low, std::size_t high, std::size_t from,
+                          Stops& stops, std::size_t none) const {
+            if (high <= from || !fAny[node] || !stops(fMax[node])) return none;
+            if (node >= fLeaves) return low;
+            std::size_t middle = (low + high) / 2;
+            std::size_t left = First(2 * node, low, middle, from, stops, none);
+            if (left != none) return left;
+            return First(2 * node + 1, middle, high, from, stops, none);
+        }
+
+        std::size_t fLeaves;
+        std::vector<double> fMax;
+        std::vector<char> fAny;
+    };
+
+    /// The hits in the order of the sorted free list, each read once.  A null
+    /// handle throws when it is read and passes out; the result selection made
+    /// before is then not released.
+    std::vector<PlaneHit> RankAlongNormal(const ORVEX::IHitSelection& hits, double prec,
+                                              const TVector3& xPlane, const TVector3& yPlane,
+                                              const TVector3& zPlane) {
+        std::vector<double> along, charge;
+        std::vector<TVector3> positions;
+        for (const IHandle<IHit>& hit : hits) {
+            charge.push_back(hit->GetCharge());
+            positions.push_back(hit->GetPosition());
+            along.push_back(positions.back().Dot(zPlane));
+        }
+        std::list<std::size_t> order;
+        for (std::size_t i = 0; i < hits.size(); ++i) order.push_back(i);
+        order.sort(IHit_compare(prec, along, charge));
+
+        std::vector<PlaneHit> ranked;
+        ranked.reserve(hits.size());
+        for (std::size_t i : order) {
+            const TVector3& p = positions[i];
+            ranked.push_back(PlaneHit{&hits[i], charge[i], {{p.Dot(xPlane), p.Dot(yPlane), along[i]}},
+                                      {{p.X(), p.Y(), p.Z()}}});
+        }
+        return ranked;
     }
+
+    /// The limits of the pair test, from the clusterer.
+    struct PairLimits {
+        double xGap, yGap, prec, chargeRatio;
+    };
+
+    /// Values on a limit pass: every test rejects only strictly beyond it,
+    /// and a NaN passes every test.
+    bool Joins(const PlaneHit& free, const PlaneHit& member, const PairLimits& limits) {
+        double zDelta = free.plane[2] - member.plane[2];
+        if (zDelta < -limits.prec || zDelta > limits.prec) return false;
+        if (free.charge > limits.chargeRatio * member.charge) return false;
+        double xDelta = free.plane[0] - member.plane[0];
+        double yDelta = free.plane[1] - member.plane[1];
+        if (std::abs(xDelta) > limits.xGap) return false;
+        if (std::abs(yDelta) > limits.yGap) return false;
+        return true;
+    }
+
+    std::vector<ovUtility::BoxCellIndex::Point> PlanePoints(const std::vector<PlaneHit>& ranked) {
+        std::vector<ovUtility::BoxCellIndex::Point> points;
+        points.reserve(ranked.size());
+        for (const PlaneHit& hit : ranked) points.push_back(hit.plane);
+        return points;
+    }
+
+    /// The growth of the clusters of one call, with the outcome of every
+    /// walk of the free list that the step-by-step procedure makes, found
+    /// without walking it.
+    ///
+    /// A walk with a member goes up the list and ends at the first free hit
+    /// above the member's band (its stop), taking in, one after the other,
+    /// the free hits before the stop that join.  After a hit joins, the walk
+    /// goes on with the first member from the next hit on.  Both outcomes,
+    /// the first joiner and the stop, are found here directly: the joiners
+    /// among the hits of the cells around the member, the stop in a tree of
+    /// the free hits' places along the normal.
+    ///
+    /// Hits leave the list but never come back, and the pair test depends on
+    /// the two hits only, so a member whose walk found no joiner before its
+    /// stop finds none as long as that stop is free: it is remembered as
+    /// settled.  A cluster is walked again only when one of its members is
+    /// not settled any more or it grew in its last walk; walking any other
+    /// cluster changes nothing.
+    class PlaneGrowth {
+    public:
+        PlaneGrowth(const std::vector<PlaneHit>& ranked, const PairLimits& limits)
+            : fRanked(ranked),
+              fLimits(limits),
+              fFree(PlanePoints(ranked), {{limits.xGap, limits.yGap, limits.prec}}),
+              fStops(ranked),
+              fResume(ranked.size(), 0),
+              fSettled(ranked.size(), 0),
+              fWaiting(ranked.size()),
+              fFreeCount(ranked.size()),
+              fFirstFree(0) {}
+
+        bool AnyFree() const { return fFreeCount > 0; }
+
+        /// Takes the first hit of the list off it.
+        std::size_t TakeFirst() {
+            while (!fFree.IsFree(fFirstFree)) ++fFirstFree;
+            std::size_t first = fFirstFree;
+            Take(first);
+            return first;
+        }
+
+        /// A new cluster, the last of all, with its seed as first member.
+        void Start(IComboHit& combo, std::size_t seed) {
+            fClusters.push_back(Cluster{&combo, std::vector<std::size_t>(1, seed)});
+            fToWalk.insert(fClusters.size() - 1);
+        }
+
+        /// One growth stage: the clusters from the first to the last.  One
+        /// that becomes worth walking while an earlier one grows is walked in
+        /// this stage; one before it waits for the next stage.
+        void Stage() {
+            auto next = fToWalk.begin();
+            while (next != fToWalk.end()) {
+                std::size_t cluster = *next;
+                fToWalk.erase(next);
+                if (Walk(cluster)) fToWalk.insert(cluster);
+                next = fToWalk.upper_bound(cluster);
+            }
+        }
+
+    private:
+        struct Cluster {
+            IComboHit* combo;
+            std::vector<std::size_t> members;
+        };
+
+        /// The member cursor of the step-by-step walks: back to the first
+        /// member after every addition, one on at the end of a walk.
+        /// Returns whether the cluster grew.
+        bool Walk(std::size_t index) {
+            std::vector<std::size_t>& members = fClusters[index].members;
+            bool grew = false;
+            for (std::size_t i = 0; i < members.size(); ++i) {
+                std::size_t member = members[i];
+                if (IsSettled(member)) continue;
+                // A walk from the list's start; the hits before fResume are
+                // known to neither join nor stop it.
+                std::size_t from = fResume[member];
+                bool fromStart = true;
+                while (true) {
+                    std::size_t stop = FirstStop(member, from);
+                    std::size_t joiner = FirstJoiner(member, from, stop);
+                    if (joiner == stop) {
+                        if (fromStart) Settle(member, stop, index);
+                        break;
+                    }
+                    if (fromStart) {
+                        fResume[member] = joiner + 1;
+                        fSettled[member] = 0;
+                    }
+                    Take(joiner);
+                    fClusters[index].combo->AddHit(*fRanked[joiner].hit);
+                    members.push_back(joiner);
+                    grew = true;
+                    // The walk goes on from the next hit with the first
+                    // member; ++i at its end moves to the second.
+                    i = 0;
+                    member = members[0];
+                    fromStart = joiner + 1 <= fResume[member];
+                    from = fromStart ? fResume[member] : joiner + 1;
+                }
+            }
+            return grew;
+        }
+
+        bool IsSettled(std::size_t member) const {
+            return fSettled[member] &&
+                   (fResume[member] == fRanked.size() || fFree.IsFree(fResume[member]));
+        }
+
+        /// The walk of the member from the list's start ends at `stop`
+        /// without a joiner, and will as long as the stop is free.
+        void Settle(std::size_t member, std::size_t stop, std::size_t cluster) {
+            if (fSettled[member] && fResume[member] == stop) return;
+            fResume[member] = stop;
+            fSettled[member] = 1;
+            if (stop < fRanked.size()) fWaiting[stop].push_back(cluster);
+        }
+
+        /// The first free hit from `from` on above the member's band: one
+        /// not below it (the walk's first test) and above it.
+        std::size_t FirstStop(std::size_t member, std::size_t from) const {
+            const double along = fRanked[member].plane[2];
+            const double prec = fLimits.prec;
+            auto stops = [along, prec](double place) {
+                double zDelta = place - along;
+                return !(zDelta < -prec) && zDelta > prec;
+            };
+            return fStops.First(from, stops, fRanked.size());
+        }
+
+        /// The first free hit in [from, stop) that joins the member, or
+        /// `stop`.
+        std::size_t FirstJoiner(std::size_t member, std::size_t from, std::size_t stop) {
+            std::size_t first = stop;
+            fFree.ForEachCandidate(member, [&](std::size_t rank) {
+                if (rank >= from && rank < first &&
+                    Joins(fRanked[rank], fRanked[member], fLimits))
+                    first = rank;
+            });
+            return first;
+        }
+
+        void Take(std::size_t rank) {
+            fFree.Take(rank);
+            fStops.Take(rank);
+            --fFreeCount;
+            for (std::size_t cluster : fWaiting[rank]) fToWalk.insert(cluster);
+            fWaiting[rank].clear();
+        }
+
+        const std::vector<PlaneHit>& fRanked;
+        const PairLimits fLimits;
+        ovUtility::BoxCellIndex fFree;
+        BandStops fStops;
+        /// Per member: where its next walk from the list's start has its
+        /// first effect, and whether that is a stop that ends it.
+        std::vector<std::size_t> fResume;
+        std::vector<char> fSettled;
+        /// Per hit: the clusters with a member settled on it as a stop.
+        std::vector<std::vector<std::size_t> > fWaiting;
+        std::vector<Cluster> fClusters;
+        std::set<std::size_t> fToWalk;
+        std::size_t fFreeCount;
+        std::size_t fFirstFree;
+    };
 
     /// The report of a finished combo hit out of range.  Its text differs
     /// from the box clusterer's (no full stop, two closing lines) and is
@@ -106,58 +381,30 @@ ORVEX::IChargeClusters2D::~IChargeClusters2D() {}
 
 ORVEX::IHitSelection* ORVEX::IChargeClusters2D::operator()(const IHitSelection& hits) {
     IHitSelection* result = new IHitSelection(hits.GetName(), "Hit Handles");
-    FreeList freeList(hits.begin(), hits.end());
-    freeList.sort(IHit_compare(fPrec, fZPlane));
+    const std::vector<PlaneHit> ranked = RankAlongNormal(hits, fPrec, fXPlane, fYPlane, fZPlane);
+    PlaneGrowth growth(ranked, PairLimits{fXGap, fYGap, fPrec, fChargeRatio});
 
     std::vector<IComboHit*> comboHits;
-    while (!freeList.empty()) {
-        StartNextCluster(freeList, comboHits);
+    while (growth.AnyFree()) {
+        // Seeds come in list order.  Hits of no positive charge and hits
+        // out of range are dropped silently.
+        while (growth.AnyFree()) {
+            std::size_t seed = growth.TakeFirst();
+            if (ranked[seed].charge <= 0.0) continue;
+            if (OutOfRange(ranked[seed].position)) continue;
+            IComboHit* combo = new IComboHit;
+            comboHits.push_back(combo);
+            combo->PrepareCombo();
+            combo->AddHit(*ranked[seed].hit);
+            growth.Start(*combo, seed);
+            break;
+        }
         // The old combo hits are walked again too: a hit that a band stop
         // hid from them may have become reachable since.
-        for (IComboHit* combo : comboHits) Grow(*combo, freeList);
+        growth.Stage();
     }
     for (IComboHit* combo : comboHits) Finish(combo, *result);
     return result;
-}
-
-ORVEX::IChargeClusters2D::PairResult ORVEX::IChargeClusters2D::TestPair(
-    const IHandle<IHit>& member, const IHandle<IHit>& candidate) const {
-    // Values on a limit pass: every test rejects only strictly beyond it.
-    double zDelta = candidate->GetPosition().Dot(fZPlane) -
-                    member->GetPosition().Dot(fZPlane);
-    if (zDelta < -fPrec) return kRejected;
-    if (zDelta > fPrec) return kAboveBand;
-    if (candidate->GetCharge() > fChargeRatio * member->GetCharge()) return kRejected;
-    double xDelta = candidate->GetPosition().Dot(fXPlane) -
-                    member->GetPosition().Dot(fXPlane);
-    double yDelta = candidate->GetPosition().Dot(fYPlane) -
-                    member->GetPosition().Dot(fYPlane);
-    if (std::abs(xDelta) > fXGap) return kRejected;
-    if (std::abs(yDelta) > fYGap) return kRejected;
-    return kJoins;
-}
-
-void ORVEX::IChargeClusters2D::Grow(IComboHit& combo, FreeList& freeList) const {
-    IHitSelection::const_iterator member = combo.GetHits().begin();
-    while (member != combo.GetHits().end()) {
-        FreeList::iterator candidate = freeList.begin();
-        while (candidate != freeList.end()) {
-            PairResult pair = TestPair(*member, *candidate);
-            // The list runs upward along the normal, so the first hit above
-            // the band ends the walk for this member.
-            if (pair == kAboveBand) break;
-            if (pair == kRejected) {
-                ++candidate;
-                continue;
-            }
-            combo.AddHit(*candidate);
-            // Adding may move the member vector: start again from the first
-            // member, while the walk over the free list carries on.
-            member = combo.GetHits().begin();
-            candidate = freeList.erase(candidate);
-        }
-        ++member;
-    }
 }
 
 void ORVEX::IChargeClusters2D::Finish(IComboHit* combo, IHitSelection& result) const {
@@ -169,7 +416,8 @@ void ORVEX::IChargeClusters2D::Finish(IComboHit* combo, IHitSelection& result) c
         return;
     }
     combo->FinishCombo();
-    if (OutOfRange(combo->GetPosition())) {
+    const TVector3& position = combo->GetPosition();
+    if (OutOfRange({{position.X(), position.Y(), position.Z()}})) {
         // The combo hit is left as it is, neither returned nor deleted, and
         // its members are lost to the result with it.
         ReportOutOfRange(*combo);

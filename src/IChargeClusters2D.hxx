@@ -1,8 +1,6 @@
 #ifndef ORVEX_IChargeClusters2D_hxx_seen
 #define ORVEX_IChargeClusters2D_hxx_seen
 
-#include <list>
-
 #include <TVector3.h>
 
 #include <IHandle.hxx>
@@ -42,12 +40,6 @@ public:
     IHitSelection* operator()(const IHitSelection& hits);
 
 private:
-    typedef std::list<IHandle<IHit> > FreeList;
-    enum PairResult { kJoins, kRejected, kAboveBand };
-
-    PairResult TestPair(const IHandle<IHit>& member,
-                        const IHandle<IHit>& candidate) const;
-    void Grow(IComboHit& combo, FreeList& freeList) const;
     void Finish(IComboHit* combo, IHitSelection& result) const;
 
     double fXGap;

@@ -17,6 +17,9 @@
 
 #include <IChargeClusters2D.hxx>
 
+#include "ChargeClusters2DReference.hxx"
+#include "ClusterComparison.hxx"
+
 using namespace ORVEX;
 
 namespace {
@@ -754,4 +757,73 @@ TEST_F(ChargeClusters2D, RandomEventsKeepTheInvariants) {
         }
         if (HasFailure()) break;
     }
+}
+
+// ----------------------------------------- equivalence with the literal walk
+
+namespace {
+    // The normals of the comparison table and a few more: along and against
+    // each axis, scaled, near +Y, and oblique.
+    TVector3 DrawNormal(TRandom3& random) {
+        switch (random.Integer(9)) {
+        case 0: return TVector3(0.0, 0.0, 1.0);
+        case 1: return TVector3(0.0, 1.0, 0.0);
+        case 2: return TVector3(0.0, -1.0, 0.0);
+        case 3: return TVector3(0.0, 0.0, 2.0);
+        case 4: return TVector3(1.0, 0.0, 0.0);
+        case 5: return TVector3(0.0005, 1.0, 0.0);
+        case 6: return TVector3(1.0, 1.0, 0.0);
+        case 7: return TVector3(0.0, 0.0, -1.0);
+        default: return TVector3(random.Gaus(), random.Gaus(), random.Gaus());
+        }
+    }
+
+    template <class Clusterer>
+    std::string ClusterText(Clusterer& clusterer, const IHitSelection& input) {
+        std::unique_ptr<IHitSelection> result(clusterer(input));
+        return comparison::DescribeSelection(*result, comparison::PlacesOf(input));
+    }
+}
+
+TEST(ChargeClusters2DReference, RandomEventsGiveWhatTheLiteralWalkGives) {
+    comparison::HardDraws draw(20261125);
+    TRandom3& random = draw.Random();
+    const double ratios[] = {10000.0, 1.2, 0.5, -1.0, std::numeric_limits<double>::quiet_NaN()};
+    const int limits[] = {1000000, 0, 1, 2, 3, -1};
+    for (int event = 0; event < 20000; ++event) {
+        const double xGap = draw.Gap(), yGap = draw.Gap(), prec = draw.Gap();
+        const TVector3 normal = DrawNormal(random);
+        IHitSelection input = draw.Hits(draw.Size());
+        IChargeClusters2D library(xGap, yGap, prec, normal);
+        reference::LiteralChargeClusters2D literal(xGap, yGap, prec, normal);
+        if (random.Integer(4) == 0) {
+            const double ratio = ratios[random.Integer(5)];
+            library.SetChargeRatioCut(ratio);
+            literal.fChargeRatio = ratio;
+        }
+        if (random.Integer(4) == 0) {
+            const int limit = limits[random.Integer(6)];
+            library.SetMaxHitsToCluster(limit);
+            literal.fMaxHitsToCluster = limit;
+        }
+        comparison::Observed fast = comparison::Observe([&] { return ClusterText(library, input); });
+        comparison::Observed slow = comparison::Observe([&] { return ClusterText(literal, input); });
+        comparison::ExpectSame(fast, slow, "event " + std::to_string(event));
+        if (HasFailure()) break;
+    }
+}
+
+TEST(ChargeClusters2DReference, LayeredEventGivesWhatTheLiteralWalkGives) {
+    // Hits on layers 1 apart along Z with a band of 0.5: tracks crossing
+    // the layers and noise, so that walks stop at the next layer.
+    TRandom3 random(11);
+    IHitSelection input("event", "Layers");
+    for (int i = 0; i < 600; ++i) {
+        double z = random.Integer(40);
+        input.push_back(IHandle<IHit>(new ISingleHit(
+            i, random.Landau(20, 3), TVector3(random.Uniform(0, 30), random.Uniform(0, 30), z))));
+    }
+    IChargeClusters2D library(1.5, 1.5, 0.5, TVector3(0.0, 0.0, 1.0));
+    reference::LiteralChargeClusters2D literal(1.5, 1.5, 0.5, TVector3(0.0, 0.0, 1.0));
+    EXPECT_EQ(ClusterText(library, input), ClusterText(literal, input));
 }
