@@ -186,15 +186,14 @@ namespace {
     /// the free hits before the stop that join.  After a hit joins, the walk
     /// goes on with the first member from the next hit on.  Both outcomes,
     /// the first joiner and the stop, are found here directly: the joiners
-    /// among the hits of the cells around the member, the stop in a tree of
-    /// the free hits' places along the normal.
+    /// among the hits of the cells around the member, kept in rank order,
+    /// the stop in a tree of the free hits' places along the normal.
     ///
     /// Hits leave the list but never come back, and the pair test depends on
     /// the two hits only, so a member whose walk found no joiner before its
     /// stop finds none as long as that stop is free: it is remembered as
-    /// settled.  A cluster is walked again only when one of its members is
-    /// not settled any more or it grew in its last walk; walking any other
-    /// cluster changes nothing.
+    /// settled.  A cluster is walked again only when the stop of one of its
+    /// members has left the list; walking any other cluster changes nothing.
     class PlaneGrowth {
     public:
         PlaneGrowth(const std::vector<PlaneHit>& ranked, const PairLimits& limits)
@@ -205,6 +204,8 @@ namespace {
               fResume(ranked.size(), 0),
               fSettled(ranked.size(), 0),
               fWaiting(ranked.size()),
+              fJoiners(ranked.size()),
+              fJoinersKnown(ranked.size(), 0),
               fFreeCount(ranked.size()),
               fFirstFree(0) {}
 
@@ -232,7 +233,7 @@ namespace {
             while (next != fToWalk.end()) {
                 std::size_t cluster = *next;
                 fToWalk.erase(next);
-                if (Walk(cluster)) fToWalk.insert(cluster);
+                Walk(cluster);
                 next = fToWalk.upper_bound(cluster);
             }
         }
@@ -244,11 +245,12 @@ namespace {
         };
 
         /// The member cursor of the step-by-step walks: back to the first
-        /// member after every addition, one on at the end of a walk.
-        /// Returns whether the cluster grew.
-        bool Walk(std::size_t index) {
+        /// member after every addition, one on at the end of a walk.  At the
+        /// end every member is settled: the ones after the first by their
+        /// last walks, the first by its walk from the start, which the walks
+        /// after additions only carry on.
+        void Walk(std::size_t index) {
             std::vector<std::size_t>& members = fClusters[index].members;
-            bool grew = false;
             for (std::size_t i = 0; i < members.size(); ++i) {
                 std::size_t member = members[i];
                 if (IsSettled(member)) continue;
@@ -258,9 +260,13 @@ namespace {
                 bool fromStart = true;
                 while (true) {
                     std::size_t stop = FirstStop(member, from);
-                    std::size_t joiner = FirstJoiner(member, from, stop);
+                    bool anyJoiner = false;
+                    std::size_t joiner = FirstJoiner(member, from, stop, anyJoiner);
                     if (joiner == stop) {
-                        if (fromStart) Settle(member, stop, index);
+                        // With no joiner left anywhere in the list, no
+                        // walk of the member ever takes a hit again.
+                        if (!anyJoiner) Settle(member, fRanked.size(), index);
+                        else if (fromStart) Settle(member, stop, index);
                         break;
                     }
                     if (fromStart) {
@@ -270,7 +276,6 @@ namespace {
                     Take(joiner);
                     fClusters[index].combo->AddHit(*fRanked[joiner].hit);
                     members.push_back(joiner);
-                    grew = true;
                     // The walk goes on from the next hit with the first
                     // member; ++i at its end moves to the second.
                     i = 0;
@@ -279,7 +284,6 @@ namespace {
                     from = fromStart ? fResume[member] : joiner + 1;
                 }
             }
-            return grew;
         }
 
         bool IsSettled(std::size_t member) const {
@@ -309,15 +313,32 @@ namespace {
         }
 
         /// The first free hit in [from, stop) that joins the member, or
-        /// `stop`.
-        std::size_t FirstJoiner(std::size_t member, std::size_t from, std::size_t stop) {
-            std::size_t first = stop;
-            fFree.ForEachCandidate(member, [&](std::size_t rank) {
-                if (rank >= from && rank < first &&
-                    Joins(fRanked[rank], fRanked[member], fLimits))
-                    first = rank;
-            });
-            return first;
+        /// `stop`; `any` tells whether any free hit at all joins it.
+        std::size_t FirstJoiner(std::size_t member, std::size_t from, std::size_t stop, bool& any) {
+            std::vector<std::size_t>& joiners = FreeJoinersOf(member);
+            any = !joiners.empty();
+            auto first = std::lower_bound(joiners.begin(), joiners.end(), from);
+            return first != joiners.end() && *first < stop ? *first : stop;
+        }
+
+        /// The free hits that join the member, in rank order.  They are
+        /// looked for among the cells around it once; since the pair test
+        /// depends on the two hits only, later the hits that left the list
+        /// are only dropped from them.
+        std::vector<std::size_t>& FreeJoinersOf(std::size_t member) {
+            std::vector<std::size_t>& joiners = fJoiners[member];
+            if (!fJoinersKnown[member]) {
+                fJoinersKnown[member] = 1;
+                fFree.ForEachCandidate(member, [&](std::size_t rank) {
+                    if (Joins(fRanked[rank], fRanked[member], fLimits)) joiners.push_back(rank);
+                });
+                std::sort(joiners.begin(), joiners.end());
+            } else {
+                joiners.erase(std::remove_if(joiners.begin(), joiners.end(),
+                                             [this](std::size_t rank) { return !fFree.IsFree(rank); }),
+                              joiners.end());
+            }
+            return joiners;
         }
 
         void Take(std::size_t rank) {
@@ -338,6 +359,9 @@ namespace {
         std::vector<char> fSettled;
         /// Per hit: the clusters with a member settled on it as a stop.
         std::vector<std::vector<std::size_t> > fWaiting;
+        /// Per member: the free hits that join it, once looked for.
+        std::vector<std::vector<std::size_t> > fJoiners;
+        std::vector<char> fJoinersKnown;
         std::vector<Cluster> fClusters;
         std::set<std::size_t> fToWalk;
         std::size_t fFreeCount;
