@@ -192,8 +192,9 @@ namespace {
     /// Hits leave the list but never come back, and the pair test depends on
     /// the two hits only, so a member whose walk found no joiner before its
     /// stop finds none as long as that stop is free: it is remembered as
-    /// settled.  A cluster is walked again only when the stop of one of its
-    /// members has left the list; walking any other cluster changes nothing.
+    /// settled.  When its stop leaves the list, it settles on the next one
+    /// unless a joiner comes first; only then is its cluster walked again.
+    /// Walking any other cluster changes nothing.
     class PlaneGrowth {
     public:
         PlaneGrowth(const std::vector<PlaneHit>& ranked, const PairLimits& limits)
@@ -242,6 +243,12 @@ namespace {
         struct Cluster {
             IComboHit* combo;
             std::vector<std::size_t> members;
+        };
+
+        /// A member settled on a stop, and its cluster.
+        struct Waiting {
+            std::size_t cluster;
+            std::size_t member;
         };
 
         /// The member cursor of the step-by-step walks: back to the first
@@ -297,7 +304,7 @@ namespace {
             if (fSettled[member] && fResume[member] == stop) return;
             fResume[member] = stop;
             fSettled[member] = 1;
-            if (stop < fRanked.size()) fWaiting[stop].push_back(cluster);
+            if (stop < fRanked.size()) fWaiting[stop].push_back(Waiting{cluster, member});
         }
 
         /// The first free hit from `from` on above the member's band: one
@@ -345,8 +352,27 @@ namespace {
             fFree.Take(rank);
             fStops.Take(rank);
             --fFreeCount;
-            for (std::size_t cluster : fWaiting[rank]) fToWalk.insert(cluster);
-            fWaiting[rank].clear();
+            std::vector<Waiting> waiting;
+            waiting.swap(fWaiting[rank]);
+            for (const Waiting& wait : waiting) {
+                if (fSettled[wait.member] && fResume[wait.member] == rank) Unblock(wait);
+            }
+        }
+
+        /// The stop of a settled member has left the list: its walk from
+        /// the start now goes on past it, to the next stop or a joiner.
+        /// Only when a joiner comes first does its cluster need a walk.
+        void Unblock(const Waiting& wait) {
+            std::size_t stop = FirstStop(wait.member, fResume[wait.member] + 1);
+            bool anyJoiner = false;
+            std::size_t joiner = FirstJoiner(wait.member, fResume[wait.member] + 1, stop, anyJoiner);
+            if (joiner != stop) {
+                fResume[wait.member] += 1;
+                fSettled[wait.member] = 0;
+                fToWalk.insert(wait.cluster);
+                return;
+            }
+            Settle(wait.member, anyJoiner ? stop : fRanked.size(), wait.cluster);
         }
 
         const std::vector<PlaneHit>& fRanked;
@@ -357,8 +383,8 @@ namespace {
         /// first effect, and whether that is a stop that ends it.
         std::vector<std::size_t> fResume;
         std::vector<char> fSettled;
-        /// Per hit: the clusters with a member settled on it as a stop.
-        std::vector<std::vector<std::size_t> > fWaiting;
+        /// Per hit: the members settled on it as a stop.
+        std::vector<std::vector<Waiting> > fWaiting;
         /// Per member: the free hits that join it, once looked for.
         std::vector<std::vector<std::size_t> > fJoiners;
         std::vector<char> fJoinersKnown;
