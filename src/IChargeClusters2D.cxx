@@ -322,17 +322,21 @@ namespace {
         /// The first free hit in [from, stop) that joins the member, or
         /// `stop`; `any` tells whether any free hit at all joins it.
         std::size_t FirstJoiner(std::size_t member, std::size_t from, std::size_t stop, bool& any) {
-            std::vector<std::size_t>& joiners = FreeJoinersOf(member);
+            std::vector<std::size_t>& joiners = JoinersOf(member);
+            // Hits that left the list are dropped where they are met.
+            auto taken = [this](std::size_t rank) { return !fFree.IsFree(rank); };
+            auto first = std::find_if_not(joiners.begin(), joiners.end(), taken);
+            joiners.erase(joiners.begin(), first);
             any = !joiners.empty();
-            auto first = std::lower_bound(joiners.begin(), joiners.end(), from);
+            first = std::lower_bound(joiners.begin(), joiners.end(), from);
+            while (first != joiners.end() && taken(*first)) first = joiners.erase(first);
             return first != joiners.end() && *first < stop ? *first : stop;
         }
 
-        /// The free hits that join the member, in rank order.  They are
-        /// looked for among the cells around it once; since the pair test
-        /// depends on the two hits only, later the hits that left the list
-        /// are only dropped from them.
-        std::vector<std::size_t>& FreeJoinersOf(std::size_t member) {
+        /// The hits that join the member, in rank order, some of which may
+        /// have left the list since.  They are looked for among the cells
+        /// around it once: the pair test depends on the two hits only.
+        std::vector<std::size_t>& JoinersOf(std::size_t member) {
             std::vector<std::size_t>& joiners = fJoiners[member];
             if (!fJoinersKnown[member]) {
                 fJoinersKnown[member] = 1;
@@ -340,10 +344,6 @@ namespace {
                     if (Joins(fRanked[rank], fRanked[member], fLimits)) joiners.push_back(rank);
                 });
                 std::sort(joiners.begin(), joiners.end());
-            } else {
-                joiners.erase(std::remove_if(joiners.begin(), joiners.end(),
-                                             [this](std::size_t rank) { return !fFree.IsFree(rank); }),
-                              joiners.end());
             }
             return joiners;
         }
