@@ -12,6 +12,7 @@
 #include <IORVEXLog.hxx>
 
 #include "detail/BoxCellIndex.hxx"
+#include "detail/FirstMatchTree.hxx"
 
 namespace {
     using ORVEX::IComboHit;
@@ -68,62 +69,16 @@ namespace {
         std::array<double, 3> position;
     };
 
-    /// Where the walks over the free list stop: the free hits' places along
-    /// the normal, in rank order, in a tree of maxima, so that the first
-    /// free hit above a member's band is found without walking up to it.
-    /// A NaN place never stops a walk and counts as minus infinity.
-    class BandStops {
-    public:
-        explicit BandStops(const std::vector<PlaneHit>& ranked) : fLeaves(1) {
-            while (fLeaves < ranked.size()) fLeaves *= 2;
-            fMax.assign(2 * fLeaves, -HUGE_VAL);
-            fAny.assign(2 * fLeaves, 0);
-            for (std::size_t rank = 0; rank < ranked.size(); ++rank) {
-                double along = ranked[rank].plane[2];
-                fMax[fLeaves + rank] = std::isnan(along) ? -HUGE_VAL : along;
-                fAny[fLeaves + rank] = 1;
-            }
-            for (std::size_t node = fLeaves - 1; node > 0; --node) Update(node);
-        }
-
-        void Take(std::size_t rank) {
-            std::size_t node = fLeaves + rank;
-            fAny[node] = 0;
-            for (node /= 2; node > 0; node /= 2) Update(node);
-        }
-
-        /// The first free rank from `from` on whose place `stops`, or
-        /// `none` when there is none.  `stops` must hold for every place
-        /// above one where it holds, so that a subtree holds such a rank
-        /// exactly when its largest place does.
-        template <class Stops>
-        std::size_t First(std::size_t from, Stops stops, std::size_t none) const {
-            return First(1, 0, fLeaves, from, stops, none);
-        }
-
-    private:
-        void Update(std::size_t node) {
-            fAny[node] = fAny[2 * node] || fAny[2 * node + 1];
-            double left = fAny[2 * node] ? fMax[2 * node] : -HUGE_VAL;
-            double right = fAny[2 * node + 1] ? fMax[2 * node + 1] : -HUGE_VAL;
-            fMax[node] = std::max(left, right);
-        }
-
-        template <class Stops>
-        std::size_t First(std::size_t node, std::size_t low, std::size_t high, std::size_t from,
-                          Stops& stops, std::size_t none) const {
-            if (high <= from || !fAny[node] || !stops(fMax[node])) return none;
-            if (node >= fLeaves) return low;
-            std::size_t middle = (low + high) / 2;
-            std::size_t left = First(2 * node, low, middle, from, stops, none);
-            if (left != none) return left;
-            return First(2 * node + 1, middle, high, from, stops, none);
-        }
-
-        std::size_t fLeaves;
-        std::vector<double> fMax;
-        std::vector<char> fAny;
-    };
+    /// The places along the normal of the hits in rank order, for the
+    /// tree that finds where a walk stops.  A NaN place never stops a walk
+    /// and counts as minus infinity.
+    std::vector<double> StopPlaces(const std::vector<PlaneHit>& ranked) {
+        std::vector<double> places;
+        places.reserve(ranked.size());
+        for (const PlaneHit& hit : ranked)
+            places.push_back(std::isnan(hit.plane[2]) ? -HUGE_VAL : hit.plane[2]);
+        return places;
+    }
 
     /// The hits in the order of the sorted free list, each read once.  A null
     /// handle throws when it is read and passes out; the result selection made
@@ -201,7 +156,7 @@ namespace {
             : fRanked(ranked),
               fLimits(limits),
               fFree(PlanePoints(ranked), {{limits.xGap, limits.yGap, limits.prec}}),
-              fStops(ranked),
+              fStops(StopPlaces(ranked)),
               fResume(ranked.size(), 0),
               fSettled(ranked.size(), 0),
               fWaiting(ranked.size()),
@@ -350,7 +305,7 @@ namespace {
 
         void Take(std::size_t rank) {
             fFree.Take(rank);
-            fStops.Take(rank);
+            fStops.Remove(rank);
             --fFreeCount;
             std::vector<Waiting> waiting;
             waiting.swap(fWaiting[rank]);
@@ -378,7 +333,8 @@ namespace {
         const std::vector<PlaneHit>& fRanked;
         const PairLimits fLimits;
         ovUtility::BoxCellIndex fFree;
-        BandStops fStops;
+        /// Where the walks stop: the free hits' places along the normal.
+        ovUtility::FirstMatchTree<double> fStops;
         /// Per member: where its next walk from the list's start has its
         /// first effect, and whether that is a stop that ends it.
         std::vector<std::size_t> fResume;
