@@ -55,6 +55,11 @@ protected:
     double CalculateDistance(IHandle<IHit> lhs, IHandle<IHit> rhs) const;
 
 private:
+    class Remainder;
+
+    /// Clusters fRemainingHits, which holds two hits or more.
+    void ClusterRemainder();
+
     unsigned int fMinClusterSize;
     unsigned int fMinPoints;
     double fMinDistance;

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <map>
 #include <set>
 #include <sstream>
 #include <string>
@@ -15,6 +17,9 @@
 #include <IORVEXLog.hxx>
 
 #include <IDensityCluster.hxx>
+
+#include "ClusterComparison.hxx"
+#include "DensityClusterReference.hxx"
 
 using namespace ORVEX;
 
@@ -442,4 +447,97 @@ TEST(DensityCluster, RandomEventsKeepTheInvariants) {
         if (minSize == 1) EXPECT_EQ(clusterer.ls(), static_cast<unsigned int>(count));
         if (HasFailure()) break;
     }
+}
+
+// ----------------------------------------- equivalence with the literal steps
+
+namespace {
+    // Everything a caller sees of a density clusterer: its clusters in
+    // order, by the input places of their hits, and its count of hits held.
+    template <class Clusterer>
+    std::string Describe(const Clusterer& clusterer, const IHitSelection& input) {
+        const std::map<const TObject*, int> place = comparison::PlacesOf(input);
+        std::string text = std::to_string(clusterer.GetClusterCount()) + " clusters, ls " +
+                           std::to_string(clusterer.ls()) + "\n";
+        for (unsigned int i = 0; i < clusterer.GetClusterCount(); ++i) {
+            const IHitSelection& cluster = clusterer.GetCluster(i);
+            text += std::string(cluster.GetName()) + " (" + cluster.GetTitle() + ") [";
+            for (const IHandle<IHit>& hit : cluster)
+                text += " " + (hit ? std::to_string(place.at(hit.GetPointerValue())) : "null");
+            text += " ]\n";
+        }
+        return text;
+    }
+
+    // Clusters `first`, then `second` with the same object, and describes
+    // the object after each call.
+    template <class Clusterer>
+    std::string TwoCalls(Clusterer& clusterer, const IHitSelection& first,
+                         const IHitSelection& second, const IHitSelection& all) {
+        std::string text;
+        try {
+            clusterer.Cluster(first);
+        } catch (const EHandleBadReference&) {
+            text += "EHandleBadReference\n";
+        }
+        text += Describe(clusterer, all);
+        clusterer.Cluster(second);
+        return text + Describe(clusterer, all);
+    }
+
+    // The distance that decides is in the plane of Z and the transverse
+    // coordinate: coarse steps so that distances land on epsilon.
+    double DrawEpsilon(TRandom3& random) {
+        const double choices[] = {0.0, -1.0, 0.5, 1.0, 1.0, 1.5, 2.0, 3.0,
+                                  std::numeric_limits<double>::quiet_NaN(),
+                                  std::numeric_limits<double>::infinity(), 1e-300};
+        return choices[random.Integer(11)];
+    }
+}
+
+TEST(DensityClusterReference, RandomEventsGiveWhatTheLiteralStepsGive) {
+    comparison::HardDraws draw(20261126);
+    TRandom3& random = draw.Random();
+    for (int event = 0; event < 20000; ++event) {
+        const unsigned int minPts = random.Integer(6);
+        const double epsilon = DrawEpsilon(random);
+        const unsigned int minSize = random.Integer(3) == 0 ? random.Integer(4) : 1;
+        // Small events: the literal steps cost the cube of the hits.
+        IHitSelection first =
+            draw.Hits(random.Integer(20) == 0 ? 30 + random.Integer(20) : random.Integer(25));
+        // The second call's hits have no null handle: they run over what
+        // the first call left.
+        IHitSelection second("more", "More hits");
+        for (const IHandle<IHit>& hit : draw.Hits(random.Integer(8)))
+            if (hit) second.push_back(hit);
+        IHitSelection all(first);
+        for (const IHandle<IHit>& hit : second) all.push_back(hit);
+
+        IDensityCluster library(minPts, epsilon);
+        reference::LiteralDensityCluster literal(minPts, epsilon);
+        library.SetMinClusterSize(minSize);
+        literal.SetMinClusterSize(minSize);
+        comparison::Observed fast =
+            comparison::Observe([&] { return TwoCalls(library, first, second, all); });
+        comparison::Observed slow =
+            comparison::Observe([&] { return TwoCalls(literal, first, second, all); });
+        comparison::ExpectSame(fast, slow, "event " + std::to_string(event));
+        if (HasFailure()) break;
+    }
+}
+
+TEST(DensityClusterReference, TrackLikeEventGivesWhatTheLiteralStepsGive) {
+    // Segments along Z at their own heights, and noise between them.
+    TRandom3 random(2026);
+    IHitSelection event("hits", "Hit Handles");
+    for (int i = 0; i < 400; ++i) {
+        double z = random.Uniform(0.0, 100.0);
+        double y = i < 320 ? static_cast<int>(z / 10.0) % 7 + random.Gaus(0.0, 0.1)
+                           : random.Uniform(0.0, 7.0);
+        event.push_back(IHandle<IHit>(new ISingleHit(i, 1.0, TVector3(0.0, y, z))));
+    }
+    IHitSelection none("none", "No hits");
+    IDensityCluster library(3, 1.0);
+    reference::LiteralDensityCluster literal(3, 1.0);
+    EXPECT_EQ(TwoCalls(library, event, none, event), TwoCalls(literal, event, none, event));
 }
