@@ -5,7 +5,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_ARGS ?=
 
-.PHONY: all setup configure build test demo install clean format format-check
+.PHONY: all setup configure build test demo docs install clean format format-check
 
 all: build
 
@@ -21,6 +21,10 @@ test: build
 demo: build
 	mkdir -p $(BUILD)/tour
 	OVUTILITY_TOUR_OUTPUT=$(BUILD)/tour $(BUILD)/bin/ovTour
+
+# The API reference in $(BUILD)/docs/html, with the tour's pictures.
+docs: demo
+	OVUTILITY_DOCS_OUTPUT=$(BUILD)/docs OVUTILITY_TOUR_OUTPUT=$(BUILD)/tour doxygen docs/Doxyfile
 
 install: build
 	cmake --install $(BUILD)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up everything the build needs on a fresh machine, idempotently:
 #   - the Debian packages (compiler, CMake, Ninja, GoogleTest, Google
-#     Benchmark, clang-format), installed only when missing;
+#     Benchmark, clang-format, Doxygen), installed only when missing;
 #   - ROOT: one already on the machine (ROOT_DIR in the environment, or
 #     root-config on the PATH), otherwise the ROOT package of the Python
 #     registry, pinned, in the project's own .venv.
@@ -15,7 +15,7 @@ venv="$here/.venv"
 log() { echo "setup: $*" >&2; }
 
 install_debian_packages() {
-    local wanted=(g++ make cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev clang-format)
+    local wanted=(g++ make cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev clang-format doxygen)
     # python3 with its venv module may come from elsewhere than Debian
     # (pyenv, a module system); Debian's is installed only when none works.
     python3 -c 'import ensurepip, venv' 2>/dev/null || wanted+=(python3 python3-venv)

@@ -45,6 +45,7 @@ namespace hits {
     /// Orders hits by signed geometry id.
     struct geomIdLessThan
         : public std::binary_function<IHandle<IHit>, IHandle<IHit>, bool> {
+        /// True when `lhs` has the smaller geometry id.
         bool operator()(IHandle<IHit> lhs, IHandle<IHit> rhs) const {
             return lhs->GetGeomId().AsInt() < rhs->GetGeomId().AsInt();
         }
@@ -53,6 +54,7 @@ namespace hits {
     /// Hits of the same geometry id.
     struct geomIdEquals
         : public std::binary_function<IHandle<IHit>, IHandle<IHit>, bool> {
+        /// True when both hits have the same geometry id.
         bool operator()(IHandle<IHit> lhs, IHandle<IHit> rhs) const {
             return lhs->GetGeomId().AsInt() == rhs->GetGeomId().AsInt();
         }
@@ -64,7 +66,9 @@ namespace hits {
 /// referred to, not copied, and must outlive the filter.
 class hits::IOverlappedHitFilter : public ORVEX::IHitFilter {
 public:
+    /// A filter against the hits of `hits`, which it keeps a copy of.
     explicit IOverlappedHitFilter(const IHitSelection& hits) : fHits(hits) {}
+    /// True when `c` overlaps none of the kept hits.
     virtual bool operator()(const IHandle<IHit>& c) const;
 
 private:

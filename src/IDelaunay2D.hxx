@@ -37,16 +37,25 @@ public:
         /// How many corners are at infinity (the low three bits); 4 marks an
         /// outer triangle, which conflicts with nothing.
         void infinite(int i) { fFlag |= i; }
+        /// Marks corner 1 as the one at infinity.
         void last_finite() { fFlag |= 8; }
+        /// Marks the triangle as split by an insertion.
         void Split() { fFlag |= 16; }
+        /// Marks the triangle as unusable.
         void Bogus() { fFlag |= 64; }
 
+        /// Non-zero once the triangle was split.
         int HasSplit() const { return fFlag & 16; }
+        /// The number of corners at infinity, 4 for an outer triangle.
         int is_infinite() const { return fFlag & 7; }
+        /// Non-zero when corner 1 is the one at infinity.
         int is_last_finite() const { return fFlag & 8; }
+        /// Non-zero when the triangle was marked unusable.
         int IsBogus() const { return fFlag & 64; }
         // Nothing sets a bit for degenerate triangles; 32 is the free bit.
+        /// Non-zero for a degenerate triangle; nothing sets it.
         int is_degenerate() const { return fFlag & 32; }
+        /// The whole flag word.
         int GetValue() const { return fFlag; }
 
     private:
@@ -57,10 +66,13 @@ public:
     /// deletes the rest of the chain, but never the triangles.
     class IDT_list {
     public:
+        /// A node holding `key`, in front of `next`.
         IDT_list(IDT_list* next, IDelaunayTriangle* key) : fNext(next), fKey(key) {}
         ~IDT_list();
 
+        /// The next node, or null.
         IDT_list* GetNext() const { return fNext; }
+        /// The daughter triangle of this node.
         IDelaunayTriangle* GetNode() const { return fKey; }
 
     private:
@@ -100,12 +112,16 @@ public:
     /// The circumcircle of the three corners read as plain coordinates.
     void Circle(double& xc, double& yc, double& r);
 
+    /// The triangle's flags, to read or to set.
     IDT_flag& GetFlag() { return fFlag; }
+    /// The number of the last search that visited the triangle.
     unsigned int GetNumber() const { return fNumber; }
+    /// Sets the search number.
     void SetNumber(unsigned int number) { fNumber = number; }
 
     /// Neighbour `i` lies across the edge opposite corner `i`.
     IDelaunayTriangle* GetNeighbor(int i) const;
+    /// Sets neighbour `i`, across the edge opposite corner `i`.
     void SetNeighbor(int i, IDelaunayTriangle* n);
 
     /// Corner `i`; an index outside 0 to 2 ends the process.
@@ -146,23 +162,34 @@ public:
     /// first through the neighbours from the root.
     class ITriangleIterator {
     public:
+        /// Standard iterator traits.
         typedef std::input_iterator_tag iterator_category;
+        /// Standard iterator traits.
         typedef IDelaunayTriangle value_type;
+        /// Standard iterator traits.
         typedef long difference_type;
+        /// Standard iterator traits.
         typedef IDelaunayTriangle* pointer;
+        /// Standard iterator traits.
         typedef IDelaunayTriangle& reference;
 
         ITriangleIterator();
+        /// A copy, with the same queue and the same triangles seen.
         ITriangleIterator(const ITriangleIterator& rhs);
+        /// Starts at `node`, the root of the history.
         explicit ITriangleIterator(IDelaunayTriangle* node);
 
+        /// The current triangle.
         IDelaunayTriangle& operator*() const { return *fQueue.front(); }
+        /// The current triangle.
         IDelaunayTriangle* operator->() const { return fQueue.front(); }
+        /// Goes on to the next live finite triangle.
         ITriangleIterator& operator++();
 
         /// Equal when both are finished, or when the current triangles are
         /// the same object, whatever each has seen.
         bool operator==(ITriangleIterator& rhs) const;
+        /// Not operator==.
         bool operator!=(ITriangleIterator& rhs) const;
 
         /// Queue the unseen neighbours of the current triangle.
@@ -192,7 +219,9 @@ public:
     /// May be called any number of times.
     virtual void Close();
 
+    /// The first live finite triangle.
     ITriangleIterator BeginTriangles();
+    /// The finished iterator.
     ITriangleIterator& EndTriangles();
 
     /// Called by every triangle's constructor: the mesh owns its triangles.
@@ -204,7 +233,9 @@ public:
 protected:
     /// Insertions that reached the triangulation; the search stamp.
     int fNumber;
+    /// The first triangle of the history: the scaffold.
     IDelaunayTriangle* fRoot;
+    /// Every triangle ever made, in order; the mesh owns them.
     std::vector<IDelaunayTriangle*> fChildren;
 
 private:

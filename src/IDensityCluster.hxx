@@ -22,6 +22,7 @@ namespace ORVEX {
 /// object.
 class ORVEX::IDensityCluster {
 public:
+    /// A clusterer whose seeds and growth need `MinPts` hits nearer than `epsilon`.
     IDensityCluster(unsigned int MinPts, double epsilon);
     virtual ~IDensityCluster();
 
@@ -31,6 +32,7 @@ public:
     /// Cluster `hits` together with the hits left over by earlier calls.
     void Cluster(const IHitSelection& hits);
 
+    /// The number of clusters kept so far.
     unsigned int GetClusterCount() const {
         return static_cast<unsigned int>(fClusters.size());
     }

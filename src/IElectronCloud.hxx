@@ -22,33 +22,49 @@ namespace ORVEX {
 /// a length.  Every random number comes from gRandom, in a fixed order.
 class ORVEX::IElectronCloud {
 public:
+    /// A cloud of `nE` carriers of signed charge `q`, at `pos`, moving with `vel`, at time `t`.
     IElectronCloud(int nE, TVector3 pos, TVector3 vel, double t, int q);
     ~IElectronCloud();
 
+    /// The number of electrons in the cloud.
     int GetNumberElectrons() const { return fNbrEs; }
+    /// Sets the number of electrons.
     void SetNumberElectrons(int nE) { fNbrEs = nE; }
 
+    /// The signed charge of the carriers, the factor of the drift equations.
     int GetCharge() const { return fCharge; }
 
+    /// The present position of the cloud's centre.
     TVector3 GetPosition() const { return fPos; }
+    /// Moves the cloud's centre to `pos`.
     void SetPosition(TVector3 pos) { fPos.SetXYZ(pos.X(), pos.Y(), pos.Z()); }
 
+    /// The present velocity of the cloud.
     TVector3 GetVelocity() const { return fVel; }
+    /// Sets the velocity of the cloud.
     void SetVelocity(TVector3 vel) { fVel.SetXYZ(vel.X(), vel.Y(), vel.Z()); }
 
+    /// The mean drift velocity along X.
     double GetMeanDriftXVelocity() const { return fMeanDriftXVelocity; }
+    /// Sets the mean drift velocity along X.
     void SetMeanDriftXVelocity(double vel) { fMeanDriftXVelocity = vel; }
 
+    /// The present time of the cloud.
     double GetTime() const { return fT; }
+    /// Sets the time of the cloud.
     void SetTime(double time) { fT = time; }
 
+    /// Where the cloud started.
     TVector3 GetStartPosition() const { return fStartPos; }
 
+    /// True once a drift has finished.
     bool IsDrifted() const { return fDrifted; }
+    /// Marks the cloud as drifted or not.
     void SetIsDrifted(bool ok) { fDrifted = ok; }
 
     /// Accepted steps of the last drift; no defined value before the first.
     int NumberDriftSteps() const { return fNbrSteps; }
+    /// Sets the number of accepted steps of the last drift.
     void SetNumberDriftSteps(int steps) { fNbrSteps = steps; }
 
     /// Distance drifted along X, unsigned.
@@ -75,10 +91,14 @@ public:
     /// so that any spread (a smaller one, or none) can be chosen; repeated
     /// calls don't accumulate.
     void AddInitialYStandardDeviation(double sigma) { fYInitialSigma = sigma; }
+    /// The spread of the start along Z; replaces the previous one.
     void AddInitialZStandardDeviation(double sigma) { fZInitialSigma = sigma; }
+    /// The spread of the start along X; replaces the previous one.
     void AddInitialXStandardDeviation(double sigma) { fXInitialSigma = sigma; }
 
+    /// The radius of the disk in a plane of constant X from which electrons start.
     void SetOriginDiskRadius(double radius) { fRDisk = radius; }
+    /// The radius of the disk from which electrons start.
     double GetOriginDiskRadius() const { return fRDisk; }
 
     /// Corners of a parallelogram in a plane of constant X, in order
@@ -87,6 +107,7 @@ public:
         fCorners = corners;
         fCornersAreSet = true;
     }
+    /// True once parallelogram corners were set, even an empty list.
     bool GetParallelogramIsSet() const { return fCornersAreSet; }
 
 private:

@@ -21,6 +21,7 @@ namespace ORVEX {
 class ORVEX::IHitFilter {
 public:
     virtual ~IHitFilter() {}
+    /// True when the hit passes; this base passes every hit.
     virtual bool operator()(const IHandle<IHit>&) const { return true; }
 };
 

@@ -30,13 +30,17 @@ public:
     /// its space, which clears or destroys the lines as well.
     virtual ~IHoughPoint() {}
 
+    /// The weight the point adds to each of its lines; 1.0 unless overridden.
     virtual double GetWeight() const { return 1.0; }
+    /// The X coordinate, in mm.
     virtual double GetX() const = 0;
+    /// The Y coordinate, in mm.
     virtual double GetY() const = 0;
 
     /// The polar angle about the centre of the space, set when the point is
     /// added to a space; 0 before that.
     double GetAngle() const { return fAngle; }
+    /// The lines the point lies on.
     const Lines& GetLines() const { return fLines; }
 
     /// Take the point off every line but `line`.  Warns and does nothing
@@ -64,12 +68,15 @@ private:
 /// into it, without owning them.
 class ORVEX::IHoughLine {
 public:
+    /// The points of a line, not owned.
     typedef std::list<IHoughPoint*> Points;
 
+    /// An empty line of `parent` with this angle and radius.
     IHoughLine(IHoughLines* parent, double angle, double radius)
         : fParent(parent), fAngle(angle), fRadius(radius), fSorted(true) {}
     /// Lines live by value in their space: copies take every field.
     IHoughLine(const IHoughLine&) = default;
+    /// Copies every field.
     IHoughLine& operator=(const IHoughLine&) = default;
     virtual ~IHoughLine() {}
 
@@ -77,9 +84,12 @@ public:
     /// at every call, so it can never go stale.
     virtual double GetWeight() const;
 
+    /// The direction of the line, in radians.
     double GetAngle() const { return fAngle; }
+    /// The signed distance from the centre, in mm.
     double GetRadius() const { return fRadius; }
 
+    /// Adds `point` to the line; the line is sorted again when next asked.
     void AddPoint(IHoughPoint* point);
 
     /// Empties the list only; the points still name this line.
@@ -119,7 +129,9 @@ private:
 /// resolves the sharing from the heaviest line down.
 class ORVEX::IHoughLines {
 public:
+    /// The lines, by value, in angle rows.
     typedef std::vector<IHoughLine> Lines;
+    /// The points, owned by the space.
     typedef std::vector<IHoughPoint*> Points;
 
     /// The rectangle and widths are in mm.  `overSampling` is how many line
@@ -144,17 +156,25 @@ public:
 
     /// The weights by angle (X) and radius (Y).  The caller owns the result.
     TH2F* CreateHistogram(const char* name);
+    /// The same for a name given as a string.
     TH2F* CreateHistogram(const std::string& name) {
         return CreateHistogram(name.c_str());
     }
 
+    /// Every line of the space.
     Lines& GetLines() { return fLines; }
+    /// Every point added.
     Points& GetPoints() { return fPoints; }
 
+    /// The X of the centre of the rectangle.
     double GetCenterX() const { return fCenterX; }
+    /// The Y of the centre of the rectangle.
     double GetCenterY() const { return fCenterY; }
+    /// The width of a line, in mm.
     double GetLineWidth() const { return fLineWidth; }
+    /// The distance between neighbouring line radii, in mm.
     double GetLineSpacing() const { return fLineSpacing; }
+    /// The angle between neighbouring line directions, in radians.
     double GetAngleSpacing() const { return fAngleSpacing; }
 
     /// The index in GetLines() of the line with these angle and radius
@@ -165,11 +185,16 @@ public:
     /// The angle bin of index `i`; an index out of range is reported, and
     /// the bin returned unclipped.
     int GetAngleBin(int i);
+    /// The angle of index `i`, in radians.
     double GetAngleValue(int i) { return GetAngleBin(i) * fAngleSpacing; }
+    /// The nearest angle bin to the angle `a` (radians).
     int DigitizeAngle(double a);
 
+    /// The radius bin of index `i`.
     int GetRadiusBin(int i) { return i - fRadiusOffset; }
+    /// The radius of index `i`, in mm.
     double GetRadiusValue(int i) { return GetRadiusBin(i) * fLineSpacing; }
+    /// The nearest radius bin to the distance `r` (mm).
     int DigitizeRadius(double r);
 
 private:

@@ -24,7 +24,9 @@ namespace ORVEX {
 /// abort through assert, which stays active in the library as built.
 class ORVEX::IKalmanFilter {
 public:
+    /// A column vector of doubles.
     typedef TVectorT<double> Vector;
+    /// A matrix of doubles.
     typedef TMatrixT<double> Matrix;
 
     /// A filter of InitialSystemState.GetNrows() components measured in
@@ -55,14 +57,19 @@ public:
     /// Correct the state and covariance with one measurement.
     void Update(const Vector& Measurement, const Matrix& MeasurementCovariance);
 
+    /// The present state estimate.
     const Vector& GetState() const { return fState; }
+    /// The present covariance of the state.
     const Matrix& GetCovariance() const { return fCovariance; }
     /// The gain of the latest Update.
     const Matrix& GetFilterGain() const { return fFilterGain; }
     /// The innovation (measurement less prediction) of the latest Update.
     const Vector& GetInnovation() const { return fInnovation; }
+    /// A copy of the present state estimate.
     Vector GetState() { return fState; }
+    /// A copy of the present covariance.
     Matrix GetCovariance() { return fCovariance; }
+    /// The system matrix A of the prediction.
     const Matrix& GetSystemMatrix() const { return A_; }
     /// H itself: a change made through this reference is honoured by the
     /// next Update.

@@ -27,6 +27,7 @@ public:
     /// anything from a fit of one point or none leaves the empty fit.
     void RemovePoint(double x, double y, double sigma);
 
+    /// The number of points in the fit.
     int GetNumberOfPoints() const { return fPoints; }
 
     /// True when there are at least two points and the slope is not
@@ -43,6 +44,7 @@ public:
     /// The fitted line at the independent coordinate y.
     double GetValue(double y) const;
 
+    /// The uncertainty of the slope, or 0.0 when the fit isn't valid.
     double GetSlopeUncertainty() const;
 
     /// The square root of -fA over the denominator.  It depends on the

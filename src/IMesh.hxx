@@ -18,7 +18,9 @@ namespace ORVEX {
 /// marker and line attributes.
 class ORVEX::IMesh : public TObject, public TAttMarker, public TAttLine {
 public:
+    /// Walks the points in coordinate order.
     typedef TMeshPointSet::const_iterator PointIterator;
+    /// Walks the edges in the order of their ends.
     typedef TMeshEdgeSet::const_iterator EdgeIterator;
 
     IMesh();
@@ -41,28 +43,40 @@ public:
     /// edge is attached to the mesh's points at its two ends.
     virtual IMeshEdge* AddEdge(IMeshEdge* edge);
 
+    /// The points, keyed by coordinates.
     virtual TMeshPointSet& GetPoints();
+    /// The first point.
     virtual PointIterator BeginPoints();
+    /// Past the last point.
     virtual PointIterator EndPoints();
 
+    /// The edges, keyed by the coordinates of their ends.
     virtual TMeshEdgeSet& GetEdges();
+    /// The first edge.
     virtual EdgeIterator BeginEdges();
+    /// Past the last edge.
     virtual EdgeIterator EndEdges();
 
     /// Removes and deletes an edge of this mesh; its ends stay.  The edge
     /// must be in the mesh.
     virtual void RemoveEdge(IMeshEdge* edge);
 
+    /// The length that one unit along X stands for when painting.
     virtual void SetUnitXLength(double unitLength);
+    /// The same along Y.
     virtual void SetUnitYLength(double unitLength);
 
     /// Sets both unit lengths through the two setters above.
     virtual void SetUnitLength(double unitLength);
 
 protected:
+    /// The points, owned.
     TMeshPointSet fPoints;
+    /// The edges, owned.
     TMeshEdgeSet fEdges;
+    /// The painting unit along X.
     double fUnitXLength;
+    /// The painting unit along Y.
     double fUnitYLength;
 
 private:

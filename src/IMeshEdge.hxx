@@ -24,19 +24,24 @@ public:
     /// Detaches the edge from its head, then from its tail.
     virtual ~IMeshEdge();
 
+    /// One end of the edge.
     IMeshPoint* GetHead() const { return fHead; }
+    /// The other end.
     IMeshPoint* GetTail() const { return fTail; }
 
     /// The end that isn't `a`, or null when `a` is neither end (compared by
     /// pointer).
     IMeshPoint* GetOther(const IMeshPoint* a) const;
 
+    /// The distance between the two ends.
     double GetLength() const;
 
     /// The length with the X and Y differences multiplied by the scales.
     double GetLength(double xScale, double yScale) const;
 
+    /// True when both edges have the same head object and the same tail object.
     bool operator==(const IMeshEdge& rhs) const;
+    /// Orders edges by the coordinates of their heads, then of their tails.
     bool operator<(const IMeshEdge& rhs) const;
 
 private:

@@ -14,12 +14,14 @@ namespace ORVEX {
 
     /// Orders pointed-to points by their coordinates (IMeshPoint::operator<).
     struct TMeshPointPointerLessThan {
+        /// True when `lhs` comes before `rhs`.
         bool operator()(const IMeshPoint* lhs, const IMeshPoint* rhs) const;
     };
 
     /// Orders pointed-to edges by the coordinates of their ends
     /// (IMeshEdge::operator<).
     struct TMeshEdgePointerLessThan {
+        /// True when `lhs` comes before `rhs`.
         bool operator()(const IMeshEdge* lhs, const IMeshEdge* rhs) const;
     };
 
@@ -37,8 +39,11 @@ namespace ORVEX {
 /// belongs to a mesh.
 class ORVEX::IMeshPoint {
 public:
+    /// Walks the edges of the point.
     typedef TMeshEdgeSet::const_iterator EdgeIterator;
+    /// A route: points from start to end.
     typedef std::vector<const IMeshPoint*> PointVector;
+    /// Several routes.
     typedef std::vector<PointVector> PathVector;
 
     class Walker;
@@ -50,15 +55,20 @@ public:
     /// from their other ends as they go.
     virtual ~IMeshPoint();
 
+    /// The X coordinate.
     virtual double X() const = 0;
+    /// The Y coordinate.
     virtual double Y() const = 0;
 
     /// By X, then by Y, exactly.  A point is never less than itself, and
     /// that case reads no coordinate.
     bool operator<(const IMeshPoint& rhs) const;
 
+    /// The number of edges incident on the point.
     int GetEdgeCount() const;
+    /// The first incident edge.
     EdgeIterator BeginEdges() const;
+    /// Past the last incident edge.
     EdgeIterator EndEdges() const;
 
     /// An edge equivalent to one already attached leaves the set as it is.
@@ -100,22 +110,32 @@ private:
 /// that each one comes once.
 class ORVEX::IMeshPoint::Walker {
 public:
+    /// Standard iterator traits.
     typedef std::input_iterator_tag iterator_category;
+    /// Standard iterator traits.
     typedef IMeshPoint* value_type;
+    /// Standard iterator traits.
     typedef long difference_type;
+    /// Standard iterator traits.
     typedef IMeshPoint** pointer;
+    /// Standard iterator traits.
     typedef IMeshPoint*& reference;
 
     Walker();
+    /// A copy, with the same queue and the same points seen.
     Walker(const Walker& rhs);
+    /// Starts at `start`.
     explicit Walker(IMeshPoint* start);
 
+    /// The current point.
     IMeshPoint* operator*() const;
+    /// Goes on to the next connected point.
     Walker& operator++();
 
     /// Two walkers are equal when both are finished, or when their current
     /// points are the same object; what they have seen doesn't matter.
     bool operator==(Walker& rhs) const;
+    /// Not operator==.
     bool operator!=(Walker& rhs) const;
 
     /// Queue the unseen neighbours of the current point, in edge order.
@@ -130,10 +150,14 @@ private:
 /// their beginnings, so they form a tree rooted at the start.
 class ORVEX::IMeshPoint::IPathPoint {
 public:
+    /// The step to `point`, after the route `path` (null at the start).
     IPathPoint(const IMeshPoint* point, const IPathPoint* path);
+    /// A copy of the step.
     IPathPoint(const IPathPoint& rhs);
 
+    /// The point of this step.
     const IMeshPoint* GetPoint() const { return fPoint; }
+    /// The route before this step, or null at the start.
     const IPathPoint* GetPath() const { return fPath; }
 
     /// The number of points on the route up to and including this step.
@@ -148,9 +172,12 @@ namespace ORVEX {
     /// A point given by its two coordinates.
     class IMeshXYPoint : public IMeshPoint {
     public:
+        /// A point at (`x`, `y`).
         IMeshXYPoint(double x, double y) : fX(x), fY(y) {}
         virtual ~IMeshXYPoint() {}
+        /// The X coordinate.
         virtual double X() const { return fX; }
+        /// The Y coordinate.
         virtual double Y() const { return fY; }
 
     private:

@@ -27,6 +27,7 @@ namespace ORVEX {
 /// for each parameter.
 class ORVEX::IMinimizerFunc : public TObject {
 public:
+    /// A function of `nPar` parameters.
     explicit IMinimizerFunc(int nPar);
     virtual ~IMinimizerFunc();
 
@@ -67,20 +68,27 @@ private:
 /// minimize in place and copy every entry back whatever the status was.
 class ORVEX::IMinimizer {
 public:
+    /// A minimizer of `func`, which must outlive it.
     explicit IMinimizer(IMinimizerFunc& func);
 
     /// The bound function.
     IMinimizerFunc& GetFunction() const;
 
+    /// Minimizes over the `npar` parameters in `par`, which get the result.
     void Optimize(int npar, double* par);
+    /// Minimizes over one parameter, which gets the result.
     void Optimize(double& par1);
+    /// Minimizes over two parameters, which get the result.
     void Optimize(double& par1, double& par2);
+    /// Minimizes over three parameters, which get the result.
     void Optimize(double& par1, double& par2, double& par3);
     /// X, Y, Z.
     void Optimize(TVector3& par1);
     /// X, Y, Z, T: the time or energy follows the three-vector.
     void Optimize(TLorentzVector& par1);
+    /// Minimizes over the six components of two vectors, which get the result.
     void Optimize(TVector3& par1, TVector3& par2);
+    /// Minimizes over the seven components of a four-vector and a vector, which get the result.
     void Optimize(TLorentzVector& par1, TVector3& par2);
 
 protected:
@@ -100,14 +108,21 @@ public:
 
     // What an engine may leave out answers harmlessly: no covariance (0.0),
     // no precision (-1.0), no iterations (0), and the setters do nothing.
+    /// The covariance of parameters `i` and `j`; 0.0 where the engine gives none.
     virtual double GetCovariance(int i, int j) const;
+    /// Keeps parameter `i` fixed; does nothing where the engine can't.
     virtual void FixParameter(int i);
+    /// The precision asked of the engine; -1.0 where it has none.
     virtual double GetPrecision() const;
+    /// Sets the precision asked of the engine, where it has one.
     virtual void SetPrecision(double accuracy);
+    /// The iterations of the last minimization; 0 where the engine doesn't count them.
     virtual int GetIterations() const;
+    /// Limits the iterations, where the engine allows it.
     virtual void SetMaxIterations(int maxIterations);
 
 protected:
+    /// The function minimized, not owned.
     IMinimizerFunc& fFunction;
 };
 

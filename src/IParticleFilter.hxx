@@ -34,19 +34,23 @@ public:
     /// probability set.  The filter owns the result.
     virtual IParticleState* PropagateState() = 0;
 
+    /// The state this one was propagated from, or null.
     IParticleState* GetPrevious() const { return fPrevious; }
 
     /// The probability multiplied into the particle's weight when this
     /// state is reached; -1.0 while it is not set.
     double GetProbability() const { return fProbability; }
 
+    /// True when the state can be reached.
     bool GetReachable() const { return fReachable; }
+    /// Marks the state as reachable or not.
     void SetReachable(bool reachable) { fReachable = reachable; }
 
     /// How many predecessors this state has: 0 for a first state.
     int GetStateCount() const;
 
 protected:
+    /// Sets the probability of the state.
     void SetProbability(double probability) { fProbability = probability; }
 
 private:
@@ -64,9 +68,11 @@ class ORVEX::IParticleFilter {
 public:
     /// One particle of the cloud.  Several particles may share a state.
     struct ActiveState {
+        /// The particle's weight.
         double fWeight;
         IParticleState* fState;   ///< not owned by the particle
     };
+    /// The particles of the filter.
     typedef std::vector<ActiveState> Cloud;
 
     /// An empty, open filter with a resampling threshold of 0.5.
@@ -79,6 +85,7 @@ public:
     /// same and then reported with EBadProbability.
     void AddState(IParticleState* state, double weight);
 
+    /// The present particles.
     const Cloud& GetCloud() const { return fActive; }
 
     /// One step: move every particle on, reweight, normalise, and resample
@@ -86,7 +93,10 @@ public:
     /// times the size of the cloud.
     void UpdateState();
 
+    /// Sets the threshold: the fraction of the cloud below which the effective
+    /// number of particles makes UpdateState resample.
     void SetResamplingThreshold(double threshold) { fResamplingThreshold = threshold; }
+    /// The resampling threshold, as a fraction of the cloud.
     double GetResamplingThreshold() const { return fResamplingThreshold; }
 
     /// The filter owns its states by plain pointer, so it is not copied.

@@ -13,6 +13,7 @@ namespace ORVEX {
 /// through the TMinuit side, where it stays in force for later calls.
 class ORVEX::ISimplexMinimizer : public ORVEX::IMinuitEngine {
 public:
+    /// A simplex minimizer of `func`, which must outlive it.
     explicit ISimplexMinimizer(IMinimizerFunc& func);
     virtual ~ISimplexMinimizer();
 

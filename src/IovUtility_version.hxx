@@ -20,11 +20,17 @@ public:
     /// The one record, created and registered on first use.
     static IovUtility_version* Get();
 
+    /// The package name, "ovUtility".
     virtual const char* GetName() const;
+    /// Registers the record in the package set.
     virtual void Initialize();
+    /// The package version.
     virtual const char* GetVersion() const;
+    /// The date the library was built, as `date` writes it.
     virtual const char* GetCompilationDate() const;
+    /// The host the library was built on.
     virtual const char* GetCompilationHost() const;
+    /// The build directory.
     virtual const char* GetCompilationDirectory() const;
 
     /// The build machine as `uname -a` described it.

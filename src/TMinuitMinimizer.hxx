@@ -13,6 +13,7 @@ namespace ORVEX {
 /// through the TMinuit side, where it stays in force for later calls.
 class ORVEX::TMinuitMinimizer : public ORVEX::IMinuitEngine {
 public:
+    /// A Minuit (MIGRAD) minimizer of `func`, which must outlive it.
     explicit TMinuitMinimizer(IMinimizerFunc& func);
     virtual ~TMinuitMinimizer();
 
