@@ -1457,6 +1457,10 @@ namespace {
         std::vector<RandomPoint> fPoints;
         std::vector<double> fThresholds;
         bool fClearOneLine = false;
+        // Line assigned from another line, both drawn modulo the count.
+        std::pair<int, int> fAssign = std::make_pair(-1, -1);
+        // Points put on lines by hand: point index, line drawn modulo.
+        std::vector<std::pair<int, int> > fHandLinks;
         bool fRefill = false;
         bool fDefaultWeights = false;
     };
@@ -1526,7 +1530,17 @@ namespace {
                 double edge = (k + 0.5) * spacing + (random.Rndm() < 0.5 ? tolerance : -tolerance);
                 p.fX = centerX + random.Uniform(-reach / 2, reach / 2);
                 p.fY = centerY + edge;
-            } else if (kind < 0.85) {
+            } else if (kind < 0.83) {
+                // On the edge of a bin in a random row, up to rounding.
+                double angles = std::trunc(2 * (TMath::PiOver2() / (width / 50) + 1)) + 1;
+                double angle = (random.Integer(int(std::min(angles, 200.0))) - 50) *
+                               (TMath::Pi() / (angles - 1));
+                int k = random.Integer(7) - 3;
+                double edge = (k + 0.5) * spacing + (random.Rndm() < 0.5 ? tolerance : -tolerance);
+                double along = random.Uniform(-reach / 2, reach / 2);
+                p.fX = centerX - edge * std::sin(angle) + along * std::cos(angle);
+                p.fY = centerY + edge * std::cos(angle) + along * std::sin(angle);
+            } else if (kind < 0.86) {
                 p.fX = random.Rndm() < 0.5 ? s.fXMin : s.fXMax;
                 p.fY = random.Rndm() < 0.5 ? s.fYMin : s.fYMax;
             } else if (kind < 0.9) {
@@ -1545,6 +1559,15 @@ namespace {
         if (random.Rndm() < 0.2) s.fThresholds.push_back(thresholds[random.Integer(8)]);
         if (random.Rndm() < 0.05) s.fThresholds.push_back(random.Uniform(0, 1.2));
         s.fClearOneLine = random.Rndm() < 0.1;
+        if (random.Rndm() < 0.1) {
+            s.fAssign = std::make_pair(int(random.Integer(1 << 20)), int(random.Integer(1 << 20)));
+        }
+        if (random.Rndm() < 0.2 && !s.fPoints.empty()) {
+            for (int i = 1 + random.Integer(10); i > 0; --i) {
+                s.fHandLinks.push_back(std::make_pair(int(random.Integer(s.fPoints.size())),
+                                                      int(random.Integer(1 << 20))));
+            }
+        }
         s.fRefill = random.Rndm() < 0.05;
         return s;
     }
@@ -1610,7 +1633,10 @@ namespace {
                 for (const HoughReference::Point* p : literal.fPoints) expected.push_back(p->fTag);
                 if (line.GetAngle() != literal.fAngle || line.GetRadius() != literal.fRadius ||
                     tags != expected || !(line.GetWeight() == literal.Weight())) {
-                    ADD_FAILURE() << where << ": line " << i << " differs";
+                    ADD_FAILURE() << where << ": line " << i << " differs: "
+                                  << ::testing::PrintToString(tags) << " against "
+                                  << ::testing::PrintToString(expected) << ", weight "
+                                  << line.GetWeight() << " against " << literal.Weight();
                     return false;
                 }
             }
@@ -1674,6 +1700,29 @@ namespace {
                     }
                 }
             }
+            const int lineCount = reference.fLines.size();
+            if (s.fAssign.first >= 0) {
+                // A line overwritten by a copy of a fuller one: its points
+                // and the copied ones no longer agree with their links.
+                int from = s.fAssign.second % lineCount;
+                for (int i = 0; i < lineCount && reference.fLines[from].fPoints.size() < 2; ++i) {
+                    from = (from + 1) % lineCount;
+                }
+                int to = s.fAssign.first % lineCount;
+                space.GetLines()[to] = space.GetLines()[from];
+                reference.fLines[to] = reference.fLines[from];
+            }
+            for (const auto& link : s.fHandLinks) {
+                // Put by hand, a point can sit twice on a line apart from
+                // its other copy.
+                int line = link.second % lineCount;
+                space.GetLines()[line].AddPoint(space.GetPoints()[link.first]);
+                HoughReference::Point* point = reference.fPoints[link.first];
+                reference.fLines[line].fPoints.push_back(point);
+                reference.fLines[line].fSorted = false;
+                point->fLines.insert(&reference.fLines[line]);
+            }
+            if (!Same(space, reference, where + " after changes by hand")) return false;
             for (double threshold : s.fThresholds) {
                 space.RemoveShared(threshold);
                 reference.RemoveShared(threshold);
