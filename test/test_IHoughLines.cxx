@@ -1711,6 +1711,13 @@ namespace {
                 int to = s.fAssign.first % lineCount;
                 space.GetLines()[to] = space.GetLines()[from];
                 reference.fLines[to] = reference.fLines[from];
+                // The first copied point put on it again by hand: the copy
+                // that came with the list is the one a search finds first.
+                HoughReference::Point* point = reference.fLines[to].fPoints.front();
+                space.GetLines()[to].AddPoint(space.GetPoints()[point->fTag]);
+                reference.fLines[to].fPoints.push_back(point);
+                reference.fLines[to].fSorted = false;
+                point->fLines.insert(&reference.fLines[to]);
             }
             for (const auto& link : s.fHandLinks) {
                 // Put by hand, a point can sit twice on a line apart from
@@ -1748,4 +1755,89 @@ TEST_F(Differential, IHoughLinesMatchesTheReferenceOn5000RandomSpaces) {
     EXPECT_GT(fSeen["WARNING: ORVEX::IHoughPoint::KeepLine: L"], 100);
     EXPECT_GT(fSeen["WARNING: ORVEX::IHoughPoint::RemoveFromL"], 100);
     EXPECT_GT(fSeen["WARNING: RemoveFromLines: OUCH! Point no"], 100);
+}
+
+//////////////////////////////////////////////////////////////////////
+// Hostile input: stopped before harm with an exception of the Hough family.
+
+TEST_F(Hough, PointWithBinsBeyondIntIsKeptOnNoLineAndThrows) {
+    IHoughLines space(-100, -100, 100, 100, 10, 1, 0);
+    XYPoint* far = new XYPoint(1e12, 0);
+    EXPECT_THROW(space.AddPoint(far), EHoughPoint);
+    // The point is owned, on no line, and the space goes on working.
+    ASSERT_EQ(space.GetPoints().size(), 1u);
+    EXPECT_EQ(space.GetPoints()[0], far);
+    EXPECT_TRUE(far->GetLines().empty());
+    for (const IHoughLine& line : space.GetLines()) ASSERT_TRUE(line.GetPoints().empty());
+    EXPECT_TRUE(Matches(fDebug.str(),
+                        DebugLine("ERROR", "ORVEX::IHoughLines::AddPoint: point (1e+12, 0)"
+                                           " reaches radius bin 1e+11, beyond the limit of "
+                                           "2.13071e+09")))
+        << fDebug.str();
+    space.AddPoint(new XYPoint(0, 0));
+    EXPECT_GT(space.GetPoints()[1]->GetLines().size(), 0u);
+    space.RemoveShared(1.0);
+}
+
+TEST_F(Hough, PointWhoseBinComesToIntMaxThrowsInsteadOfReportingWithoutEnd) {
+    IHoughLines space(-100, -100, 100, 100, 10, 1, 0);
+    IORVEXLog::SetDebugLevel(IORVEXLog::TraceLevel);
+    // Radius INT_MAX spacings: the bin walk could never step past it.
+    EXPECT_THROW(space.AddPoint(new XYPoint(0, 10.0 * 2147483647.0)), EHoughPoint);
+    EXPECT_THROW(space.AddPoint(new XYPoint(-10.0 * 2147483647.0, 0)), EHoughPoint);
+    EXPECT_EQ(Lines(fDebug.str()).size(), 2u) << fDebug.str();
+}
+
+TEST_F(Hough, PointJustInsideTheBinLimitFollowsTheUsualSteps) {
+    IHoughLines space(-100, -100, 100, 100, 10, 1, 0);
+    IORVEXLog::SetDebugLevel(IORVEXLog::TraceLevel);
+    // 2e9 spacings out: rows below the grid clip to their first line and
+    // report, rows above it spill past the grid and are skipped.
+    XYPoint* point = new XYPoint(0, 2e10);
+    EXPECT_NO_THROW(space.AddPoint(point));
+    EXPECT_FALSE(point->GetLines().empty());
+    EXPECT_NE(fDebug.str().find("GetLinesIndex: Radius out of range"), std::string::npos);
+}
+
+TEST_F(Hough, NonFinitePointThrows) {
+    IHoughLines space(-100, -100, 100, 100, 10, 2, 0);
+    EXPECT_THROW(space.AddPoint(new XYPoint(std::nan(""), 0)), EHoughPoint);
+    EXPECT_THROW(space.AddPoint(new XYPoint(0, HUGE_VAL)), EHoughPoint);
+    EXPECT_THROW(space.AddPoint(new XYPoint(-HUGE_VAL, 1)), EHoughPoint);
+    EXPECT_EQ(space.GetPoints().size(), 3u);
+    for (IHoughPoint* point : space.GetPoints()) EXPECT_TRUE(point->GetLines().empty());
+}
+
+TEST_F(Hough, RadiusCountBeyondIntThrowsInsteadOfAnEmptySpace) {
+    try {
+        IHoughLines space(-500, -500, 500, 500, 1e-7, 1, 0);
+        ADD_FAILURE() << "no exception";
+    } catch (const EHoughBinning& e) {
+        EXPECT_STREQ(e.what(), "EovCore::EovUtility::EHoughLines::EHoughBinning");
+    }
+    EXPECT_TRUE(Matches(fDebug.str(),
+                        DebugLine("ERROR", "ORVEX::IHoughLines: 1.41421e+10 radius bins"
+                                           " (lineWidth 1e-07, overSampling 1, corner radius"
+                                           " 707.107 mm) exceed the limit of 16777216 lines")))
+        << fDebug.str();
+    // A zero width divides the corner radius by zero.
+    EXPECT_THROW(IHoughLines(-500, -500, 500, 500, 0, 1, 0), EHoughBinning);
+    EXPECT_THROW(IHoughLines(0, 0, 0, 0, 0, 1, 0), EHoughBinning);
+    EXPECT_THROW(IHoughLines(0, 0, 100, 100, 10, std::nan(""), 0), EHoughBinning);
+}
+
+TEST_F(Hough, TenBillionBinsThrowBeforeAllocating) {
+    // About 141 000 radius bins by 70 000 angle bins.
+    EXPECT_THROW(IHoughLines(-5000, -5000, 5000, 5000, 0.1, 1, 0), EHoughBinning);
+    EXPECT_NE(fDebug.str().find("angle bins by 141423 radius bins"), std::string::npos)
+        << fDebug.str();
+    // Past the limit of 2^24 lines: 6436 angle bins by 4099 radius bins.
+    EXPECT_THROW(IHoughLines(0, 0, 4096, 0, 1, 1, 1e9), EHoughBinning);
+    EXPECT_NE(fDebug.str().find("6436 angle bins by 4099 radius bins"), std::string::npos);
+    EXPECT_NO_THROW(IHoughLines(0, 0, 200, 0, 1, 1, 1e9));
+}
+
+TEST_F(Hough, HoughExceptionsBelongToTheLibrary) {
+    EXPECT_THROW(throw EHoughPoint(), EHoughLines);
+    EXPECT_THROW(throw EHoughBinning(), EovUtility);
 }
