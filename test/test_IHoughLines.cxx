@@ -1713,11 +1713,13 @@ namespace {
                 reference.fLines[to] = reference.fLines[from];
                 // The first copied point put on it again by hand: the copy
                 // that came with the list is the one a search finds first.
-                HoughReference::Point* point = reference.fLines[to].fPoints.front();
-                space.GetLines()[to].AddPoint(space.GetPoints()[point->fTag]);
-                reference.fLines[to].fPoints.push_back(point);
-                reference.fLines[to].fSorted = false;
-                point->fLines.insert(&reference.fLines[to]);
+                if (!reference.fLines[to].fPoints.empty()) {
+                    HoughReference::Point* point = reference.fLines[to].fPoints.front();
+                    space.GetLines()[to].AddPoint(space.GetPoints()[point->fTag]);
+                    reference.fLines[to].fPoints.push_back(point);
+                    reference.fLines[to].fSorted = false;
+                    point->fLines.insert(&reference.fLines[to]);
+                }
             }
             for (const auto& link : s.fHandLinks) {
                 // Put by hand, a point can sit twice on a line apart from
