@@ -476,28 +476,35 @@ TH2F* ORVEX::IHoughLines::CreateHistogram(const char* name) {
 
 void ORVEX::IHoughLines::RemoveShared(double threshold) {
     // Lighter lines first, so the heaviest ends at the back.  A line's
-    // weight is the left-to-right sum of its list, summed again whenever the
-    // list changed, so each comparison sees exactly the value a walk would
-    // give at that moment; std::sort, fed the same sequence and the same
-    // answers, leaves the same order.
-    auto lighter = [](const IHoughLine* a, const IHoughLine* b) {
-        return a->CachedWeight() < b->CachedWeight();
+    // weight is the left-to-right sum of its list, summed again only after
+    // the list changed, so it is exactly the value a walk would give at that
+    // moment.  Each line is sorted as a pair with its weight, read just
+    // before the sort: std::sort sees the same sequence and gets the same
+    // answer to every comparison as with the weights summed at each one, so
+    // it moves the lines exactly as it would have, ties included.
+    typedef std::pair<double, IHoughLine*> WeighedLine;
+    std::vector<WeighedLine> sortedLines;
+    auto sortByWeight = [&sortedLines]() {
+        for (WeighedLine& line : sortedLines) line.first = line.second->CachedWeight();
+        std::sort(sortedLines.begin(), sortedLines.end(),
+                  [](const WeighedLine& a, const WeighedLine& b) {
+                      return a.first < b.first;
+                  });
     };
-    std::vector<IHoughLine*> sortedLines;
     for (IHoughLine& line : fLines) {
         // The point weights may have changed since the last call.
         line.Changed();
         IHoughLine::Points& points = line.SortedPoints();
         if (points.size() > 2) {
-            sortedLines.push_back(&line);
+            sortedLines.push_back(WeighedLine(0.0, &line));
         } else {
             line.RemovePoints(points.begin(), points.end());
         }
     }
-    std::sort(sortedLines.begin(), sortedLines.end(), lighter);
+    sortByWeight();
     // The last line standing is never examined: it keeps its points.
     while (sortedLines.size() > 1) {
-        IHoughLine* line = sortedLines.back();
+        IHoughLine* line = sortedLines.back().second;
         sortedLines.pop_back();
         IHoughLine::Points& points = line->SortedPoints();
         if (points.size() <= 2) {
@@ -514,6 +521,6 @@ void ORVEX::IHoughLines::RemoveShared(double threshold) {
                 point->KeepLine(line);
             }
         }
-        std::sort(sortedLines.begin(), sortedLines.end(), lighter);
+        sortByWeight();
     }
 }
