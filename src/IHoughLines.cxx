@@ -121,7 +121,7 @@ bool ORVEX::IHoughPoint::EraseFrom(IHoughLine* line) {
     }
     // Erasing keeps the order, so the line's sorted flag stays right.
     points.erase(node);
-    line->Changed();
+    line->Erased(this);
     if (points.empty()) line->fUntracked = false;
     return true;
 }
@@ -215,12 +215,41 @@ double ORVEX::IHoughLine::GetWeight() const {
     return weight;
 }
 
+namespace {
+    /// Whole weights this small add up without rounding: every partial sum
+    /// of fewer than 2^32 of them is an exact integer below 2^52.
+    bool IsSmallWhole(double weight) {
+        return std::abs(weight) <= 1048576.0 && weight == std::trunc(weight);
+    }
+}
+
 double ORVEX::IHoughLine::CachedWeight() const {
     if (!fWeightKnown) {
-        fWeight = GetWeight();
+        // The very walk of GetWeight, noting whether the sum is exact.
+        double weight = 0.0;
+        bool whole = fPoints.size() < 4294967296.0;
+        for (const IHoughPoint* point : fPoints) {
+            double w = point->GetWeight();
+            whole = whole && IsSmallWhole(w);
+            weight += w;
+        }
+        fWeight = weight;
+        fWholeWeights = whole;
         fWeightKnown = true;
     }
     return fWeight;
+}
+
+void ORVEX::IHoughLine::Erased(const IHoughPoint* point) {
+    // With whole weights every sum is exact, whatever the order of its
+    // terms, so taking one off gives the very value a new walk would give
+    // (and never -0.0, as x - x is +0.0).  Otherwise the line is summed again.
+    double weight = point->GetWeight();
+    if (fWeightKnown && fWholeWeights && IsSmallWhole(weight)) {
+        fWeight -= weight;
+    } else {
+        Changed();
+    }
 }
 
 void ORVEX::IHoughLine::AddPoint(IHoughPoint* point) {

@@ -148,6 +148,8 @@ private:
     double CachedWeight() const;
     /// Called whenever the list changes.
     void Changed() { fWeightKnown = false; }
+    /// Called when one copy of `point` has left the list.
+    void Erased(const IHoughPoint* point);
     /// The list may hold copies that no point's entry knows of.
     void Untrust();
     /// The list sorted, without handing it out for changes.
@@ -160,6 +162,9 @@ private:
     bool fSorted;
     mutable double fWeight;
     mutable bool fWeightKnown;
+    /// Whether every weight in the list is a small whole number, so that
+    /// the cached sum is exact.
+    mutable bool fWholeWeights = false;
     /// Changes whenever the entries of the points in this list can no
     /// longer be trusted, which makes the old ones dead.  Never 0.
     unsigned long fEpoch;
