@@ -322,6 +322,10 @@ void ORVEX::IHoughLine::SortPoints() {
                          return a.first < b.first;
                      });
     for (const auto& k : keyed) fPoints.splice(fPoints.end(), fPoints, k.second);
+    // The list is in cache now: its weight is summed here, in the new
+    // order, exactly as a walk would sum it.
+    fWeightKnown = false;
+    CachedWeight();
 }
 
 //////////////////////////////////////////////////////////////////////
@@ -506,15 +510,28 @@ TH2F* ORVEX::IHoughLines::CreateHistogram(const char* name) {
 void ORVEX::IHoughLines::RemoveShared(double threshold) {
     // Lighter lines first, so the heaviest ends at the back.  A line's
     // weight is the left-to-right sum of its list, summed again only after
-    // the list changed, so it is exactly the value a walk would give at that
-    // moment.  Each line is sorted as a pair with its weight, read just
-    // before the sort: std::sort sees the same sequence and gets the same
-    // answer to every comparison as with the weights summed at each one, so
-    // it moves the lines exactly as it would have, ties included.
-    typedef std::pair<double, IHoughLine*> WeighedLine;
+    // the list changed (or taken down exactly, for whole weights), so it is
+    // the value a walk would give at that moment.  Each line is sorted as a
+    // pair of that weight and its index: std::sort sees the same sequence
+    // and gets the same answer to every comparison as with the weights
+    // summed at each one, so it moves the lines exactly as it would have,
+    // ties included.  Only the lines that lost a point have their weight
+    // read again before a sort.
+    typedef std::pair<double, int> WeighedLine;
     std::vector<WeighedLine> sortedLines;
-    auto sortByWeight = [&sortedLines]() {
-        for (WeighedLine& line : sortedLines) line.first = line.second->CachedWeight();
+    std::vector<double> weights(fLines.size());
+    std::vector<IHoughLine*> touched;
+    IHoughLine* const first = fLines.data();
+    IHoughLine* const last = first + fLines.size();
+    auto sortByWeight = [&]() {
+        std::less<const IHoughLine*> before;
+        for (IHoughLine* line : touched) {
+            // A point may also lie on lines of no space, or of another.
+            if (before(line, first) || !before(line, last)) continue;
+            weights[line - first] = line->CachedWeight();
+        }
+        touched.clear();
+        for (WeighedLine& line : sortedLines) line.first = weights[line.second];
         std::sort(sortedLines.begin(), sortedLines.end(),
                   [](const WeighedLine& a, const WeighedLine& b) {
                       return a.first < b.first;
@@ -522,10 +539,11 @@ void ORVEX::IHoughLines::RemoveShared(double threshold) {
     };
     for (IHoughLine& line : fLines) {
         // The point weights may have changed since the last call.
-        line.Changed();
+        if (line.fSorted) line.Changed();
         IHoughLine::Points& points = line.SortedPoints();
         if (points.size() > 2) {
-            sortedLines.push_back(WeighedLine(0.0, &line));
+            sortedLines.push_back(WeighedLine(0.0, &line - first));
+            touched.push_back(&line);
         } else {
             line.RemovePoints(points.begin(), points.end());
         }
@@ -533,7 +551,7 @@ void ORVEX::IHoughLines::RemoveShared(double threshold) {
     sortByWeight();
     // The last line standing is never examined: it keeps its points.
     while (sortedLines.size() > 1) {
-        IHoughLine* line = sortedLines.back().second;
+        IHoughLine* line = first + sortedLines.back().second;
         sortedLines.pop_back();
         IHoughLine::Points& points = line->SortedPoints();
         if (points.size() <= 2) {
@@ -544,6 +562,8 @@ void ORVEX::IHoughLines::RemoveShared(double threshold) {
             // RemoveFromLines may take the point off this very line, so
             // the walk steps on before the call.
             IHoughPoint* point = *p++;
+            // Only the lines of the point can lose it.
+            touched.insert(touched.end(), point->fLines.begin(), point->fLines.end());
             if (threshold < 0.999) {
                 point->RemoveFromCachedLines(threshold);
             } else {
