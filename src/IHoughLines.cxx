@@ -462,7 +462,9 @@ void ORVEX::IHoughLines::AddPoint(IHoughPoint* point) {
         throw EHoughPoint();
     }
     const int lineCount = fLines.size();
-    size_t expected = size_t(fAngles) * size_t(2.0 * std::abs(tolerance) / fLineSpacing + 2.0);
+    // About 2 tolerance / spacing + 1 bins per row, a few rows one more.
+    size_t perRow = size_t(2.0 * std::abs(tolerance) / fLineSpacing + 1.0);
+    size_t expected = size_t(fAngles) * perRow + size_t(fAngles) / 4;
     point->fEntries.reserve(point->fEntries.size() + expected);
     for (int i = 0; i < fAngles; ++i) {
         // The sine and cosine are those of GetAngleValue(i), computed once.
