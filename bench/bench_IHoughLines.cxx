@@ -90,7 +90,7 @@ namespace {
     }
     // The growth with the number of points for a fixed binning.
     BENCHMARK(BM_RemoveShared)
-        ->ArgsProduct({{1250, 2500, 5000, 10000, 20000}, {1}})
+        ->ArgsProduct({{125, 250, 500, 1250, 2500, 5000, 10000, 20000}, {1}})
         ->Complexity(benchmark::oNLogN)
         ->Unit(benchmark::kMillisecond);
     BENCHMARK(BM_RemoveShared)
