@@ -55,14 +55,17 @@ namespace {
         for (const auto& p : positions) space.AddPoint(new BenchPoint(p.first, p.second));
     }
 
-    // Arguments: point count, oversampling.
+    // Arguments: point count, oversampling.  Each round fills a fresh
+    // space, so no round reuses the memory freed by the last.
     void BM_AddPoint(benchmark::State& state) {
-        IHoughLines space(-500, -500, 500, 500, 10, state.range(1), 400);
         Positions positions = Event(state.range(0));
         for (auto _ : state) {
-            Fill(space, positions);
             state.PauseTiming();
-            space.Clear();
+            IHoughLines* space = new IHoughLines(-500, -500, 500, 500, 10, state.range(1), 400);
+            state.ResumeTiming();
+            Fill(*space, positions);
+            state.PauseTiming();
+            delete space;
             state.ResumeTiming();
         }
         state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -83,8 +86,29 @@ namespace {
             space.RemoveShared(1.0);
         }
         state.SetItemsProcessed(state.iterations() * state.range(0));
+        state.SetComplexityN(state.range(0));
     }
+    // The growth with the number of points for a fixed binning.
     BENCHMARK(BM_RemoveShared)
-        ->ArgsProduct({{125, 250, 500}, {1, 2, 4}})
+        ->ArgsProduct({{125, 250, 500, 1250, 2500, 5000, 10000, 20000}, {1}})
+        ->Complexity(benchmark::oNLogN)
         ->Unit(benchmark::kMillisecond);
+    BENCHMARK(BM_RemoveShared)
+        ->ArgsProduct({{10000}, {2, 4}})
+        ->Unit(benchmark::kMillisecond);
+
+    // The shared resolution that keeps near-equal lines, at 0.55.
+    void BM_RemoveSharedKeepingShares(benchmark::State& state) {
+        IHoughLines space(-500, -500, 500, 500, 10, 1, 400);
+        Positions positions = Event(state.range(0));
+        for (auto _ : state) {
+            state.PauseTiming();
+            space.Clear();
+            Fill(space, positions);
+            state.ResumeTiming();
+            space.RemoveShared(0.55);
+        }
+        state.SetItemsProcessed(state.iterations() * state.range(0));
+    }
+    BENCHMARK(BM_RemoveSharedKeepingShares)->Arg(10000)->Unit(benchmark::kMillisecond);
 }

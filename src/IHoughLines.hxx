@@ -6,12 +6,23 @@
 #include <string>
 #include <vector>
 
+#include <EovUtility.hxx>
+
 class TH2F;
 
 namespace ORVEX {
     class IHoughLines;
     class IHoughLine;
     class IHoughPoint;
+
+    /// The root of the exceptions of the Hough space.
+    ORVEX_EXCEPTION(EHoughLines, EovUtility);
+    /// A binning with more lines than a space may hold, or with counts that
+    /// are no numbers at all; thrown by the constructor.
+    ORVEX_EXCEPTION(EHoughBinning, EHoughLines);
+    /// A point whose radius bins lie beyond what an int can number; thrown
+    /// by IHoughLines::AddPoint, which keeps the point, on no line.
+    ORVEX_EXCEPTION(EHoughPoint, EHoughLines);
 }
 
 /// A measurement put into a Hough space.  Clients derive from it and supply
@@ -55,11 +66,35 @@ private:
     friend class IHoughLines;
     friend class IHoughLine;
 
-    /// Erase this point from `line`'s list; false when it wasn't there.
+    /// Where one copy of this point sits in one line's list.  The entries
+    /// are kept ordered by line address, as `fLines` is, so that a line is
+    /// found by a binary search rather than by walking its list.
+    struct Entry {
+        IHoughLine* fLine;
+        std::list<IHoughPoint*>::iterator fNode;
+        /// The line's epoch when the entry was made; 0 once it is dead.
+        unsigned long fEpoch;
+    };
+    typedef std::vector<Entry>::iterator EntryIterator;
+    struct ByLine;
+
+    /// Erase the first copy of this point from `line`'s list; false when it
+    /// wasn't there.
     bool EraseFrom(IHoughLine* line);
+    /// Note that the copy at `node` of `line`'s list is there.
+    void AddEntry(IHoughLine* line, std::list<IHoughPoint*>::iterator node);
+    /// Forget the copy at `node` of `line`'s list, which is being erased.
+    void DropEntry(IHoughLine* line, std::list<IHoughPoint*>::iterator node);
+    void KillEntry(Entry& entry);
+    /// Throw the dead entries away once they are the greater part.
+    void Compact();
+    /// RemoveFromLines with the line weights as cached.
+    void RemoveFromCachedLines(double threshold);
 
     double fAngle;
     Lines fLines;
+    std::vector<Entry> fEntries;
+    size_t fDeadEntries = 0;
 };
 
 /// One candidate line of a Hough space: a direction `angle` (radians) and a
@@ -72,12 +107,11 @@ public:
     typedef std::list<IHoughPoint*> Points;
 
     /// An empty line of `parent` with this angle and radius.
-    IHoughLine(IHoughLines* parent, double angle, double radius)
-        : fParent(parent), fAngle(angle), fRadius(radius), fSorted(true) {}
+    IHoughLine(IHoughLines* parent, double angle, double radius);
     /// Lines live by value in their space: copies take every field.
-    IHoughLine(const IHoughLine&) = default;
+    IHoughLine(const IHoughLine& rhs);
     /// Copies every field.
-    IHoughLine& operator=(const IHoughLine&) = default;
+    IHoughLine& operator=(const IHoughLine& rhs);
     virtual ~IHoughLine() {}
 
     /// The sum of the weights of the points; 0.0 when empty.  Summed afresh
@@ -93,9 +127,12 @@ public:
     void AddPoint(IHoughPoint* point);
 
     /// Empties the list only; the points still name this line.
-    void Clear() { fPoints.clear(); }
+    void Clear();
 
-    /// The points in rising GetLength order (sorted on demand).
+    /// The points in rising GetLength order (sorted on demand).  The list
+    /// may be changed through the reference, so the line stops trusting
+    /// what it knows about its list (the cached weight, where its points
+    /// sit) and falls back to summing and searching it.
     Points& GetPoints();
     /// The points as they stand: a constant line can't sort itself.
     const Points& GetPoints() const { return fPoints; }
@@ -115,12 +152,35 @@ public:
 
 private:
     friend class IHoughPoint;
+    friend class IHoughLines;
+
+    /// GetWeight as it stands, summed again only after the list changed.
+    double CachedWeight() const;
+    /// Called whenever the list changes.
+    void Changed() { fWeightKnown = false; }
+    /// Called when one copy of `point` has left the list.
+    void Erased(const IHoughPoint* point);
+    /// The list may hold copies that no point's entry knows of.
+    void Untrust();
+    /// The list sorted, without handing it out for changes.
+    Points& SortedPoints();
 
     IHoughLines* fParent;
     double fAngle;
     double fRadius;
     Points fPoints;
     bool fSorted;
+    mutable double fWeight;
+    mutable bool fWeightKnown;
+    /// Whether every weight in the list is a small whole number, so that
+    /// the cached sum is exact.
+    mutable bool fWholeWeights = false;
+    /// Changes whenever the entries of the points in this list can no
+    /// longer be trusted, which makes the old ones dead.  Never 0.
+    unsigned long fEpoch;
+    /// True when some copy in the list may lack an entry, so that only a
+    /// walk of the list finds the first copy of a point.
+    bool fUntracked;
 };
 
 /// A Hough transform over a rectangle of detector coordinates with a fixed
@@ -134,16 +194,25 @@ public:
     /// The points, owned by the space.
     typedef std::vector<IHoughPoint*> Points;
 
+    /// The most lines a space may hold: 2^24, about 1.4 GB of empty lines.
+    /// A 1 m square of 1 mm lines at oversampling 4 needs 2.3 million; a
+    /// binning past this is a mistake in the arguments, not a wish.
+    static const int kMaxLines = 1 << 24;
+
     /// The rectangle and widths are in mm.  `overSampling` is how many line
     /// spacings fit in one line width; `coherenceLength` sets the angular
-    /// binning (below four line widths a default is chosen).
+    /// binning (below four line widths a default is chosen).  A binning of
+    /// more than kMaxLines lines, or one whose counts are not finite, throws
+    /// EHoughBinning before anything is allocated.
     IHoughLines(double xmin, double ymin, double xmax, double ymax,
                 double lineWidth, double overSampling, double coherenceLength);
     IHoughLines(const IHoughLines&) = delete;
     IHoughLines& operator=(const IHoughLines&) = delete;
     virtual ~IHoughLines();
 
-    /// Takes ownership of `point` and fills every line near it.
+    /// Takes ownership of `point` and fills every line near it.  A point so
+    /// far from the centre (or not finite) that its radius bins can't be
+    /// numbered by an int is kept, on no line, and EHoughPoint is thrown.
     void AddPoint(IHoughPoint* point);
 
     /// Delete all points and empty all lines; the grid stays.
@@ -200,6 +269,9 @@ public:
 private:
     Lines fLines;
     Points fPoints;
+    /// The sine and cosine of each angle row, computed once.
+    std::vector<double> fSin;
+    std::vector<double> fCos;
     double fCenterX;
     double fCenterY;
     int fAngleOffset;

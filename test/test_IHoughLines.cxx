@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
 #include <regex>
 #include <set>
@@ -1435,4 +1436,410 @@ TEST_F(Hough, TwoStraightTracksInNoise) {
         held += line.GetPoints().size();
     }
     EXPECT_EQ(held, onLines);
+}
+
+//////////////////////////////////////////////////////////////////////
+// The library against the reference: the literal procedures of
+// HoughLinesReference.hxx, on thousands of seeded random spaces.
+
+#include <TRandom3.h>
+
+#include "HoughLinesReference.hxx"
+
+namespace {
+    struct RandomPoint {
+        double fX, fY, fWeight;
+    };
+
+    // One random space: its arguments, its points and what is done to it.
+    struct Scenario {
+        double fXMin, fYMin, fXMax, fYMax, fWidth, fOverSampling, fCoherence;
+        std::vector<RandomPoint> fPoints;
+        std::vector<double> fThresholds;
+        bool fClearOneLine = false;
+        // Line assigned from another line, both drawn modulo the count.
+        std::pair<int, int> fAssign = std::make_pair(-1, -1);
+        // Points put on lines by hand: point index, line drawn modulo.
+        std::vector<std::pair<int, int> > fHandLinks;
+        bool fRefill = false;
+        bool fDefaultWeights = false;
+    };
+
+    Scenario MakeScenario(int seed) {
+        TRandom3 random(seed);
+        Scenario s;
+        s.fWidth = random.Uniform(0.5, 20.0) * (random.Rndm() < 0.1 ? -1 : 1);
+        double width = std::abs(s.fWidth);
+        s.fOverSampling = random.Rndm() < 0.6 ? 1 + random.Integer(4) : random.Uniform(1, 4);
+        if (random.Rndm() < 0.1) s.fOverSampling = -s.fOverSampling;
+        double sizeX = width * random.Uniform(0.3, 5.0);
+        double sizeY = random.Rndm() < 0.05 ? 0.0 : width * random.Uniform(0.3, 5.0);
+        s.fXMin = random.Uniform(-300, 300);
+        s.fYMin = random.Uniform(-300, 300);
+        s.fXMax = s.fXMin + sizeX;
+        s.fYMax = s.fYMin + sizeY;
+        switch (random.Integer(4)) {
+            case 0: s.fCoherence = 0.0; break;
+            case 1: s.fCoherence = random.Uniform(0, 4 * width); break;
+            case 2: s.fCoherence = random.Uniform(4 * width, 20 * width); break;
+            default: s.fCoherence = 1e4; break;
+        }
+        if (random.Rndm() < 0.2) s.fCoherence = -s.fCoherence;
+
+        double centerX = (s.fXMax + s.fXMin) / 2, centerY = (s.fYMax + s.fYMin) / 2;
+        double spacing = std::abs(width / s.fOverSampling);
+        double tolerance = 0.5 * (width - spacing) + 0.01 * spacing;
+        double reach = std::max(sizeX, sizeY);
+        int weightMode = random.Integer(4);
+        s.fDefaultWeights = weightMode == 0;
+        auto weight = [&]() {
+            switch (weightMode) {
+                case 1: return double(1 + random.Integer(3));
+                case 2: return 0.1 * (1 + random.Integer(3));  // sums depend on order
+                case 3: return random.Uniform(0.1, 2.0);
+                default: return 1.0;
+            }
+        };
+        int trackCount = random.Integer(4);
+        std::vector<std::pair<double, double> > tracks;
+        for (int t = 0; t < trackCount; ++t) {
+            tracks.push_back(std::make_pair(random.Uniform(-1.6, 1.6),
+                                            random.Uniform(-reach / 2, reach / 2)));
+        }
+        int count = random.Integer(32);
+        for (int i = 0; i < count; ++i) {
+            RandomPoint p = {0, 0, weight()};
+            double kind = random.Rndm();
+            if (kind < 0.4 && !tracks.empty()) {
+                const auto& track = tracks[random.Integer(tracks.size())];
+                double along = random.Uniform(-reach / 2, reach / 2);
+                double across = track.second + random.Gaus(0, 0.2 * width);
+                double c = std::cos(track.first), sn = std::sin(track.first);
+                p.fX = centerX + along * c - across * sn;
+                p.fY = centerY + along * sn + across * c;
+            } else if (kind < 0.6) {
+                p.fX = random.Uniform(s.fXMin, s.fXMax);
+                p.fY = random.Uniform(s.fYMin, s.fYMax);
+            } else if (kind < 0.7) {
+                // Outside the rectangle: clipped low bins, spilled high ones.
+                p.fX = centerX + random.Uniform(-2, 2) * (reach + width);
+                p.fY = centerY + random.Uniform(-2, 2) * (reach + width);
+            } else if (kind < 0.8) {
+                // On the edge of a bin in the row of angle 0.
+                int k = random.Integer(7) - 3;
+                double edge = (k + 0.5) * spacing + (random.Rndm() < 0.5 ? tolerance : -tolerance);
+                p.fX = centerX + random.Uniform(-reach / 2, reach / 2);
+                p.fY = centerY + edge;
+            } else if (kind < 0.83) {
+                // On the edge of a bin in a random row, up to rounding.
+                double angles = std::trunc(2 * (TMath::PiOver2() / (width / 50) + 1)) + 1;
+                double angle = (random.Integer(int(std::min(angles, 200.0))) - 50) *
+                               (TMath::Pi() / (angles - 1));
+                int k = random.Integer(7) - 3;
+                double edge = (k + 0.5) * spacing + (random.Rndm() < 0.5 ? tolerance : -tolerance);
+                double along = random.Uniform(-reach / 2, reach / 2);
+                p.fX = centerX - edge * std::sin(angle) + along * std::cos(angle);
+                p.fY = centerY + edge * std::cos(angle) + along * std::sin(angle);
+            } else if (kind < 0.86) {
+                p.fX = random.Rndm() < 0.5 ? s.fXMin : s.fXMax;
+                p.fY = random.Rndm() < 0.5 ? s.fYMin : s.fYMax;
+            } else if (kind < 0.9) {
+                p.fX = centerX;
+                p.fY = centerY;
+            } else if (!s.fPoints.empty()) {
+                p = s.fPoints[random.Integer(s.fPoints.size())];  // a duplicate
+            } else {
+                p.fX = centerX + 1;
+                p.fY = centerY;
+            }
+            s.fPoints.push_back(p);
+        }
+        const double thresholds[] = {0.55, 0.999, 1.0, 1.0, 0.999, 0.55, 0.9989, 0.0};
+        s.fThresholds.push_back(thresholds[random.Integer(7)]);
+        if (random.Rndm() < 0.2) s.fThresholds.push_back(thresholds[random.Integer(8)]);
+        if (random.Rndm() < 0.05) s.fThresholds.push_back(random.Uniform(0, 1.2));
+        s.fClearOneLine = random.Rndm() < 0.1;
+        if (random.Rndm() < 0.1) {
+            s.fAssign = std::make_pair(int(random.Integer(1 << 20)), int(random.Integer(1 << 20)));
+        }
+        if (random.Rndm() < 0.2 && !s.fPoints.empty()) {
+            for (int i = 1 + random.Integer(10); i > 0; --i) {
+                s.fHandLinks.push_back(std::make_pair(int(random.Integer(s.fPoints.size())),
+                                                      int(random.Integer(1 << 20))));
+            }
+        }
+        s.fRefill = random.Rndm() < 0.05;
+        return s;
+    }
+
+    // The reports of the library's debug stream as "KIND: text" lines.
+    std::vector<std::string> Reports(const std::string& output) {
+        std::vector<std::string> reports;
+        std::istringstream lines(output);
+        std::string line;
+        const std::string source = "IHoughLines.cxx:";
+        while (std::getline(lines, line)) {
+            size_t kind = line.find(": ");
+            size_t at = line.find(source);
+            size_t text = line.find(": ", at);
+            if (kind == std::string::npos || at == std::string::npos) {
+                reports.push_back("UNPARSED: " + line);
+                continue;
+            }
+            reports.push_back(line.substr(0, kind) + ": " + line.substr(text + 2));
+        }
+        return reports;
+    }
+
+    std::vector<std::string> Lines(const std::string& output) {
+        std::vector<std::string> lines;
+        std::istringstream stream(output);
+        std::string line;
+        while (std::getline(stream, line)) lines.push_back(line);
+        return lines;
+    }
+
+    class Differential : public Hough {
+    protected:
+        // How often each kind of report was compared, by its first words.
+        std::map<std::string, int> fSeen;
+
+        // Everything a caller can see, compared; the first difference fails.
+        bool Same(IHoughLines& space, HoughReference::Space& reference,
+                  const std::string& where) {
+            std::vector<std::string> reports = Reports(fDebug.str());
+            fDebug.str("");
+            for (const std::string& report : reports) ++fSeen[report.substr(0, 40)];
+            if (reports != reference.fReports) {
+                ADD_FAILURE() << where << ": reports differ: " << reports.size()
+                              << " against " << reference.fReports.size()
+                              << (reports.empty() ? std::string() : "; first " + reports[0]);
+                return false;
+            }
+            reference.fReports.clear();
+            IHoughLines::Lines& lines = space.GetLines();
+            if (lines.size() != reference.fLines.size()) {
+                ADD_FAILURE() << where << ": line count";
+                return false;
+            }
+            for (size_t i = 0; i < lines.size(); ++i) {
+                const IHoughLine& line = lines[i];
+                const HoughReference::Line& literal = reference.fLines[i];
+                std::vector<int> tags;
+                for (const IHoughPoint* p : line.GetPoints()) {
+                    tags.push_back(static_cast<const XYPoint*>(p)->Tag());
+                }
+                std::vector<int> expected;
+                for (const HoughReference::Point* p : literal.fPoints) expected.push_back(p->fTag);
+                if (line.GetAngle() != literal.fAngle || line.GetRadius() != literal.fRadius ||
+                    tags != expected || !(line.GetWeight() == literal.Weight())) {
+                    ADD_FAILURE() << where << ": line " << i << " differs: "
+                                  << ::testing::PrintToString(tags) << " against "
+                                  << ::testing::PrintToString(expected) << ", weight "
+                                  << line.GetWeight() << " against " << literal.Weight();
+                    return false;
+                }
+            }
+            IHoughLines::Points& points = space.GetPoints();
+            for (size_t j = 0; j < points.size(); ++j) {
+                std::set<size_t> held, expected;
+                for (IHoughLine* line : points[j]->GetLines()) held.insert(line - &lines[0]);
+                for (HoughReference::Line* line : reference.fPoints[j]->fLines) {
+                    expected.insert(line - &reference.fLines[0]);
+                }
+                if (held != expected || points[j]->GetAngle() != reference.fPoints[j]->fAngle) {
+                    ADD_FAILURE() << where << ": lines of point " << j << " differ";
+                    return false;
+                }
+            }
+            return true;
+        }
+
+        void Fill(IHoughLines& space, HoughReference::Space& reference,
+                  const Scenario& s) {
+            for (size_t i = 0; i < s.fPoints.size(); ++i) {
+                const RandomPoint& p = s.fPoints[i];
+                space.AddPoint(new XYPoint(p.fX, p.fY, p.fWeight, i));
+                reference.AddPoint(new HoughReference::Point(p.fX, p.fY, p.fWeight, i));
+            }
+        }
+
+        // Builds, fills and resolves one space both ways; false at the
+        // first difference.
+        bool Run(int seed) {
+            Scenario s = MakeScenario(seed);
+            std::string where = "seed " + std::to_string(seed);
+            fLog.str("");
+            IHoughLines space(s.fXMin, s.fYMin, s.fXMax, s.fYMax, s.fWidth,
+                              s.fOverSampling, s.fCoherence);
+            HoughReference::Space reference(s.fXMin, s.fYMin, s.fXMax, s.fYMax, s.fWidth,
+                                            s.fOverSampling, s.fCoherence);
+            std::vector<std::string> summary;
+            for (const std::string& line : reference.fSummary) summary.push_back("%% " + line);
+            if (Lines(fLog.str()) != summary) {
+                ADD_FAILURE() << where << ": summary differs";
+                return false;
+            }
+            Fill(space, reference, s);
+            if (!Same(space, reference, where + " after filling")) return false;
+            if (s.fRefill) {
+                space.Clear();
+                for (HoughReference::Point* p : reference.fPoints) delete p;
+                reference.fPoints.clear();
+                for (HoughReference::Line& line : reference.fLines) line.fPoints.clear();
+                Fill(space, reference, s);
+                if (!Same(space, reference, where + " after refilling")) return false;
+            }
+            if (s.fClearOneLine) {
+                // A line emptied behind its points' backs: stale links.
+                for (size_t i = seed % 97; i < reference.fLines.size(); i += 97) {
+                    if (reference.fLines[i].fPoints.size() > 1) {
+                        space.GetLines()[i].Clear();
+                        reference.fLines[i].fPoints.clear();
+                        break;
+                    }
+                }
+            }
+            const int lineCount = reference.fLines.size();
+            if (s.fAssign.first >= 0) {
+                // A line overwritten by a copy of a fuller one: its points
+                // and the copied ones no longer agree with their links.
+                int from = s.fAssign.second % lineCount;
+                for (int i = 0; i < lineCount && reference.fLines[from].fPoints.size() < 2; ++i) {
+                    from = (from + 1) % lineCount;
+                }
+                int to = s.fAssign.first % lineCount;
+                space.GetLines()[to] = space.GetLines()[from];
+                reference.fLines[to] = reference.fLines[from];
+                // The first copied point put on it again by hand: the copy
+                // that came with the list is the one a search finds first.
+                if (!reference.fLines[to].fPoints.empty()) {
+                    HoughReference::Point* point = reference.fLines[to].fPoints.front();
+                    space.GetLines()[to].AddPoint(space.GetPoints()[point->fTag]);
+                    reference.fLines[to].fPoints.push_back(point);
+                    reference.fLines[to].fSorted = false;
+                    point->fLines.insert(&reference.fLines[to]);
+                }
+            }
+            for (const auto& link : s.fHandLinks) {
+                // Put by hand, a point can sit twice on a line apart from
+                // its other copy.
+                int line = link.second % lineCount;
+                space.GetLines()[line].AddPoint(space.GetPoints()[link.first]);
+                HoughReference::Point* point = reference.fPoints[link.first];
+                reference.fLines[line].fPoints.push_back(point);
+                reference.fLines[line].fSorted = false;
+                point->fLines.insert(&reference.fLines[line]);
+            }
+            if (!Same(space, reference, where + " after changes by hand")) return false;
+            for (double threshold : s.fThresholds) {
+                space.RemoveShared(threshold);
+                reference.RemoveShared(threshold);
+                // What RemoveShared left, sorted as GetPoints() shows it.
+                if (!Same(space, reference, where + " after RemoveShared(" +
+                                                std::to_string(threshold) + ")")) {
+                    return false;
+                }
+            }
+            return true;
+        }
+    };
+}
+
+TEST_F(Differential, IHoughLinesMatchesTheReferenceOn5000RandomSpaces) {
+    IORVEXLog::SetDebugLevel(IORVEXLog::TraceLevel);
+    IORVEXLog::SetLogLevel(IORVEXLog::InfoLevel);
+    for (int seed = 1; seed <= 5000; ++seed) ASSERT_TRUE(Run(seed)) << "seed " << seed;
+    // The hard cases were met, not only the easy ones: clipped low bins,
+    // a point left on a line that its own links no longer name, and stale
+    // links from a line emptied behind its points' backs.
+    EXPECT_GT(fSeen["SEVERE: GetLinesIndex: Radius out of ran"], 1000);
+    EXPECT_GT(fSeen["WARNING: ORVEX::IHoughPoint::KeepLine: L"], 100);
+    EXPECT_GT(fSeen["WARNING: ORVEX::IHoughPoint::RemoveFromL"], 100);
+    EXPECT_GT(fSeen["WARNING: RemoveFromLines: OUCH! Point no"], 100);
+}
+
+//////////////////////////////////////////////////////////////////////
+// Hostile input: stopped before harm with an exception of the Hough family.
+
+TEST_F(Hough, PointWithBinsBeyondIntIsKeptOnNoLineAndThrows) {
+    IHoughLines space(-100, -100, 100, 100, 10, 1, 0);
+    XYPoint* far = new XYPoint(1e12, 0);
+    EXPECT_THROW(space.AddPoint(far), EHoughPoint);
+    // The point is owned, on no line, and the space goes on working.
+    ASSERT_EQ(space.GetPoints().size(), 1u);
+    EXPECT_EQ(space.GetPoints()[0], far);
+    EXPECT_TRUE(far->GetLines().empty());
+    for (const IHoughLine& line : space.GetLines()) ASSERT_TRUE(line.GetPoints().empty());
+    EXPECT_TRUE(Matches(fDebug.str(),
+                        DebugLine("ERROR", "ORVEX::IHoughLines::AddPoint: point (1e+12, 0)"
+                                           " reaches radius bin 1e+11, beyond the limit of "
+                                           "2.13071e+09")))
+        << fDebug.str();
+    space.AddPoint(new XYPoint(0, 0));
+    EXPECT_GT(space.GetPoints()[1]->GetLines().size(), 0u);
+    space.RemoveShared(1.0);
+}
+
+TEST_F(Hough, PointWhoseBinComesToIntMaxThrowsInsteadOfReportingWithoutEnd) {
+    IHoughLines space(-100, -100, 100, 100, 10, 1, 0);
+    IORVEXLog::SetDebugLevel(IORVEXLog::TraceLevel);
+    // Radius INT_MAX spacings: the bin walk could never step past it.
+    EXPECT_THROW(space.AddPoint(new XYPoint(0, 10.0 * 2147483647.0)), EHoughPoint);
+    EXPECT_THROW(space.AddPoint(new XYPoint(-10.0 * 2147483647.0, 0)), EHoughPoint);
+    EXPECT_EQ(Lines(fDebug.str()).size(), 2u) << fDebug.str();
+}
+
+TEST_F(Hough, PointJustInsideTheBinLimitFollowsTheUsualSteps) {
+    IHoughLines space(-100, -100, 100, 100, 10, 1, 0);
+    IORVEXLog::SetDebugLevel(IORVEXLog::TraceLevel);
+    // 2e9 spacings out: rows below the grid clip to their first line and
+    // report, rows above it spill past the grid and are skipped.
+    XYPoint* point = new XYPoint(0, 2e10);
+    EXPECT_NO_THROW(space.AddPoint(point));
+    EXPECT_FALSE(point->GetLines().empty());
+    EXPECT_NE(fDebug.str().find("GetLinesIndex: Radius out of range"), std::string::npos);
+}
+
+TEST_F(Hough, NonFinitePointThrows) {
+    IHoughLines space(-100, -100, 100, 100, 10, 2, 0);
+    EXPECT_THROW(space.AddPoint(new XYPoint(std::nan(""), 0)), EHoughPoint);
+    EXPECT_THROW(space.AddPoint(new XYPoint(0, HUGE_VAL)), EHoughPoint);
+    EXPECT_THROW(space.AddPoint(new XYPoint(-HUGE_VAL, 1)), EHoughPoint);
+    EXPECT_EQ(space.GetPoints().size(), 3u);
+    for (IHoughPoint* point : space.GetPoints()) EXPECT_TRUE(point->GetLines().empty());
+}
+
+TEST_F(Hough, RadiusCountBeyondIntThrowsInsteadOfAnEmptySpace) {
+    try {
+        IHoughLines space(-500, -500, 500, 500, 1e-7, 1, 0);
+        ADD_FAILURE() << "no exception";
+    } catch (const EHoughBinning& e) {
+        EXPECT_STREQ(e.what(), "EovCore::EovUtility::EHoughLines::EHoughBinning");
+    }
+    EXPECT_TRUE(Matches(fDebug.str(),
+                        DebugLine("ERROR", "ORVEX::IHoughLines: 1.41421e+10 radius bins"
+                                           " (lineWidth 1e-07, overSampling 1, corner radius"
+                                           " 707.107 mm) exceed the limit of 16777216 lines")))
+        << fDebug.str();
+    // A zero width divides the corner radius by zero.
+    EXPECT_THROW(IHoughLines(-500, -500, 500, 500, 0, 1, 0), EHoughBinning);
+    EXPECT_THROW(IHoughLines(0, 0, 0, 0, 0, 1, 0), EHoughBinning);
+    EXPECT_THROW(IHoughLines(0, 0, 100, 100, 10, std::nan(""), 0), EHoughBinning);
+}
+
+TEST_F(Hough, TenBillionBinsThrowBeforeAllocating) {
+    // About 141 000 radius bins by 70 000 angle bins.
+    EXPECT_THROW(IHoughLines(-5000, -5000, 5000, 5000, 0.1, 1, 0), EHoughBinning);
+    EXPECT_NE(fDebug.str().find("angle bins by 141423 radius bins"), std::string::npos)
+        << fDebug.str();
+    // Past the limit of 2^24 lines: 6436 angle bins by 4099 radius bins.
+    EXPECT_THROW(IHoughLines(0, 0, 4096, 0, 1, 1, 1e9), EHoughBinning);
+    EXPECT_NE(fDebug.str().find("6436 angle bins by 4099 radius bins"), std::string::npos);
+    EXPECT_NO_THROW(IHoughLines(0, 0, 200, 0, 1, 1, 1e9));
+}
+
+TEST_F(Hough, HoughExceptionsBelongToTheLibrary) {
+    EXPECT_THROW(throw EHoughPoint(), EHoughLines);
+    EXPECT_THROW(throw EHoughBinning(), EovUtility);
 }
