@@ -31,7 +31,8 @@ namespace ovBench {
     const int kHitsPerTrack = 100;
     const int kHitsPerShower = 50;
 
-    inline ORVEX::IHandle<ORVEX::IHit> MakeBenchHit(int id, double charge, const TVector3& position) {
+    inline ORVEX::IHandle<ORVEX::IHit> MakeBenchHit(int id, double charge,
+                                                    const TVector3& position) {
         return ORVEX::IHandle<ORVEX::IHit>(new ORVEX::ISingleHit(id, charge, position));
     }
 
@@ -42,7 +43,8 @@ namespace ovBench {
         const double side = 1000.0 * std::cbrt(hits / 1000.0);
         ORVEX::IHitSelection event("bench", "Tracks, showers and noise");
         auto inside = [&]() {
-            return TVector3(random.Uniform(0, side), random.Uniform(0, side), random.Uniform(0, side));
+            return TVector3(random.Uniform(0, side), random.Uniform(0, side),
+                            random.Uniform(0, side));
         };
         const int trackHits = hits * 6 / 10;
         const int showerHits = hits * 3 / 10;

@@ -37,7 +37,13 @@ namespace {
     }
 }
 
-BENCHMARK(ChargeClusters)->RangeMultiplier(10)->Range(1000, 100000)
-    ->Unit(benchmark::kMillisecond)->Complexity(benchmark::oNLogN);
-BENCHMARK(HashGridFloor)->RangeMultiplier(10)->Range(1000, 100000)
-    ->Unit(benchmark::kMillisecond)->Complexity(benchmark::oNLogN);
+BENCHMARK(ChargeClusters)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oNLogN);
+BENCHMARK(HashGridFloor)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oNLogN);

@@ -39,7 +39,13 @@ namespace {
     }
 }
 
-BENCHMARK(ChargeClusters2D)->RangeMultiplier(10)->Range(1000, 100000)
-    ->Unit(benchmark::kMillisecond)->Complexity(benchmark::oNLogN);
-BENCHMARK(HashGridFloor)->RangeMultiplier(10)->Range(1000, 100000)
-    ->Unit(benchmark::kMillisecond)->Complexity(benchmark::oNLogN);
+BENCHMARK(ChargeClusters2D)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oNLogN);
+BENCHMARK(HashGridFloor)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oNLogN);

@@ -123,5 +123,9 @@ namespace {
 
 BENCHMARK(BM_InsertUniform)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_InsertJitteredGrid)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_InsertJitteredGridInRows)->Arg(1000)->Arg(2500)->Arg(4900)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_InsertJitteredGridInRows)
+    ->Arg(1000)
+    ->Arg(2500)
+    ->Arg(4900)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetPaths)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);

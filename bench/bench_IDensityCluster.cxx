@@ -36,7 +36,13 @@ namespace {
     }
 }
 
-BENCHMARK(DensityCluster)->RangeMultiplier(10)->Range(1000, 100000)
-    ->Unit(benchmark::kMillisecond)->Complexity(benchmark::oNLogN);
-BENCHMARK(HashGridFloor)->RangeMultiplier(10)->Range(1000, 100000)
-    ->Unit(benchmark::kMillisecond)->Complexity(benchmark::oNLogN);
+BENCHMARK(DensityCluster)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oNLogN);
+BENCHMARK(HashGridFloor)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oNLogN);

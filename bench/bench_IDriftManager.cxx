@@ -46,8 +46,8 @@ namespace {
     }
 
     void ReportLookups(benchmark::State& state) {
-        state.counters["lookups"] = benchmark::Counter(
-            double(IFieldManager::GetLookupCount()), benchmark::Counter::kAvgIterations);
+        state.counters["lookups"] = benchmark::Counter(double(IFieldManager::GetLookupCount()),
+                                                       benchmark::Counter::kAvgIterations);
     }
 
     void BM_FieldLookup(benchmark::State& state) {

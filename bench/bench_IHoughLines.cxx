@@ -40,13 +40,12 @@ namespace {
             for (int i = 0; i < perTrack; ++i) {
                 double along = -300 + 600.0 * i / perTrack;
                 double across = radii[t] + random.Gaus(0, 1.0);
-                positions.push_back(std::make_pair(along * c - across * s,
-                                                   along * s + across * c));
+                positions.push_back(std::make_pair(along * c - across * s, along * s + across * c));
             }
         }
         while (int(positions.size()) < count) {
-            positions.push_back(std::make_pair(random.Uniform(-500, 500),
-                                               random.Uniform(-500, 500)));
+            positions.push_back(
+                std::make_pair(random.Uniform(-500, 500), random.Uniform(-500, 500)));
         }
         return positions;
     }
@@ -70,9 +69,7 @@ namespace {
         }
         state.SetItemsProcessed(state.iterations() * state.range(0));
     }
-    BENCHMARK(BM_AddPoint)
-        ->ArgsProduct({{1000, 10000}, {1, 2, 4}})
-        ->Unit(benchmark::kMillisecond);
+    BENCHMARK(BM_AddPoint)->ArgsProduct({{1000, 10000}, {1, 2, 4}})->Unit(benchmark::kMillisecond);
 
     // Arguments: point count, oversampling.
     void BM_RemoveShared(benchmark::State& state) {
@@ -93,9 +90,7 @@ namespace {
         ->ArgsProduct({{125, 250, 500, 1250, 2500, 5000, 10000, 20000}, {1}})
         ->Complexity(benchmark::oNLogN)
         ->Unit(benchmark::kMillisecond);
-    BENCHMARK(BM_RemoveShared)
-        ->ArgsProduct({{10000}, {2, 4}})
-        ->Unit(benchmark::kMillisecond);
+    BENCHMARK(BM_RemoveShared)->ArgsProduct({{10000}, {2, 4}})->Unit(benchmark::kMillisecond);
 
     // The shared resolution that keeps near-equal lines, at 0.55.
     void BM_RemoveSharedKeepingShares(benchmark::State& state) {

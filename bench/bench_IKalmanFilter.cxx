@@ -21,8 +21,8 @@ namespace {
         Vector start(4);
         Matrix covariance(4, 4);
         covariance.UnitMatrix();
-        Model model{IKalmanFilter(matrices.first, matrices.second, start, covariance),
-                    Matrix(4, 4), Vector(2), Matrix(2, 2)};
+        Model model{IKalmanFilter(matrices.first, matrices.second, start, covariance), Matrix(4, 4),
+                    Vector(2), Matrix(2, 2)};
         model.process(2, 2) = model.process(3, 3) = 1e-6;
         model.measurement(0) = 1.0;
         model.measurement(1) = -2.0;
@@ -42,7 +42,7 @@ namespace {
 
     void BM_Predict(benchmark::State& state) {
         Model model = MakeModel();
-        model.filter.SetInterval(0.0);   // keeps the state from running away
+        model.filter.SetInterval(0.0);  // keeps the state from running away
         for (auto _ : state) model.filter.Predict(model.process);
         benchmark::DoNotOptimize(model.filter.GetFilterGain());
     }

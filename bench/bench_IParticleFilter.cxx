@@ -58,9 +58,13 @@ namespace {
         state.SetItemsProcessed(state.iterations() * particles);
     }
 
-    void BM_UpdateStateResampling(benchmark::State& state) { UpdateSteps(state, 1.5); }
+    void BM_UpdateStateResampling(benchmark::State& state) {
+        UpdateSteps(state, 1.5);
+    }
     BENCHMARK(BM_UpdateStateResampling)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
 
-    void BM_UpdateStateNoResampling(benchmark::State& state) { UpdateSteps(state, 0.0); }
+    void BM_UpdateStateNoResampling(benchmark::State& state) {
+        UpdateSteps(state, 0.0);
+    }
     BENCHMARK(BM_UpdateStateNoResampling)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
 }

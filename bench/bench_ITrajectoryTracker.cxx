@@ -41,8 +41,7 @@ namespace {
         if (tesla > 0) {
             TVector3 p = momentum;
             for (int mm = 0; mm < length; ++mm) tracker.StepHelix(end, p, 1.0);
-        }
-        else {
+        } else {
             end = start + length * momentum.Unit();
         }
         std::vector<TVector3> points(1000);

@@ -15,7 +15,9 @@ ORVEX::EovCore::EovCore(const EovCore& rhs) : std::exception(rhs) {
 
 ORVEX::EovCore::~EovCore() throw() {}
 
-const char* ORVEX::EovCore::what() const throw() { return fWhat; }
+const char* ORVEX::EovCore::what() const throw() {
+    return fWhat;
+}
 
 void ORVEX::EovCore::AppendWhat(const char* child) {
     // Silently truncated at the buffer's end: an exception text must never

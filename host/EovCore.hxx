@@ -32,12 +32,12 @@ private:
 /// Declare an exception class `name` derived from `base`: no data of its
 /// own, and a default constructor that appends its own name after the base
 /// constructor has run.  The copy constructor keeps the text as it is.
-#define ORVEX_EXCEPTION(name, base)                                 \
-    class name : public base {                                      \
-    public:                                                         \
-        name() { AppendWhat(#name); }                               \
-        name(const name& rhs) : base(rhs) {}                        \
-        virtual ~name() throw() {}                                  \
+#define ORVEX_EXCEPTION(name, base)          \
+    class name : public base {               \
+    public:                                  \
+        name() { AppendWhat(#name); }        \
+        name(const name& rhs) : base(rhs) {} \
+        virtual ~name() throw() {}           \
     }
 
 #endif

@@ -27,8 +27,14 @@ void ORVEX::IFieldManager::SetUniformField(const TVector3& field) {
     Map() = [field](const TLorentzVector&) { return field; };
 }
 
-void ORVEX::IFieldManager::SetFieldMap(const FieldMap& map) { Map() = map; }
+void ORVEX::IFieldManager::SetFieldMap(const FieldMap& map) {
+    Map() = map;
+}
 
-long ORVEX::IFieldManager::GetLookupCount() { return fLookups; }
+long ORVEX::IFieldManager::GetLookupCount() {
+    return fLookups;
+}
 
-void ORVEX::IFieldManager::ResetLookupCount() { fLookups = 0; }
+void ORVEX::IFieldManager::ResetLookupCount() {
+    fLookups = 0;
+}

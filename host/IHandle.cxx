@@ -4,7 +4,9 @@
 
 ORVEX::IHandleBase::~IHandleBase() {}
 
-ORVEX::IHandleBaseDeletable::~IHandleBaseDeletable() { delete fObject; }
+ORVEX::IHandleBaseDeletable::~IHandleBaseDeletable() {
+    delete fObject;
+}
 
 ORVEX::IVHandle& ORVEX::IVHandle::operator=(const IVHandle& rhs) {
     TObject::operator=(rhs);

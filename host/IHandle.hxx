@@ -12,7 +12,8 @@ namespace ORVEX {
     class IHandleBase;
     class IHandleBaseDeletable;
     class IVHandle;
-    template <class T> class IHandle;
+    template <class T>
+    class IHandle;
 
     ORVEX_EXCEPTION(EHandle, EovCore);
     ORVEX_EXCEPTION(EHandleBadReference, EHandle);
@@ -117,8 +118,7 @@ public:
     template <class U>
     IHandle(const IHandle<U>& rhs) {
         Default(NULL);
-        if (rhs.GetPointerValue() &&
-            dynamic_cast<T*>(rhs.GetPointerValue())) {
+        if (rhs.GetPointerValue() && dynamic_cast<T*>(rhs.GetPointerValue())) {
             Link(rhs);
         }
     }

@@ -14,12 +14,18 @@ ORVEX::IHandle<ORVEX::IHit> ORVEX::IHit::GetConstituent(int) const {
     return IHandle<IHit>();
 }
 
-int ORVEX::IHit::GetConstituentCount() const { return 0; }
+int ORVEX::IHit::GetConstituentCount() const {
+    return 0;
+}
 
-ORVEX::ISingleHit::ISingleHit(int geomId, double charge, const TVector3& position,
-                              bool measuresX, bool measuresY, bool measuresZ)
-    : fGeomId(geomId), fCharge(charge), fPosition(position),
-      fMeasuresX(measuresX), fMeasuresY(measuresY), fMeasuresZ(measuresZ) {}
+ORVEX::ISingleHit::ISingleHit(int geomId, double charge, const TVector3& position, bool measuresX,
+                              bool measuresY, bool measuresZ)
+    : fGeomId(geomId),
+      fCharge(charge),
+      fPosition(position),
+      fMeasuresX(measuresX),
+      fMeasuresY(measuresY),
+      fMeasuresZ(measuresZ) {}
 
 ORVEX::ISingleHit::~ISingleHit() {}
 
@@ -37,8 +43,8 @@ void ORVEX::ISingleHit::ls(Option_t*) const {
     TROOT::IndentLevel();
     int status = 0;
     char* name = abi::__cxa_demangle(typeid(*this).name(), NULL, NULL, &status);
-    std::cout << (status == 0 ? name : typeid(*this).name()) << " id " << fGeomId << " charge " << fCharge
-              << " at (" << fPosition.X() << ", " << fPosition.Y() << ", "
+    std::cout << (status == 0 ? name : typeid(*this).name()) << " id " << fGeomId << " charge "
+              << fCharge << " at (" << fPosition.X() << ", " << fPosition.Y() << ", "
               << fPosition.Z() << ")" << std::endl;
     std::free(name);
 }
@@ -51,8 +57,8 @@ void ORVEX::IHitSelection::push_back(const IHandle<IHit>& hit) {
 
 void ORVEX::IHitSelection::ls(Option_t* opt) const {
     TROOT::IndentLevel();
-    std::cout << "IHitSelection " << GetName() << " (" << GetTitle() << ") with "
-              << size() << " hits" << std::endl;
+    std::cout << "IHitSelection " << GetName() << " (" << GetTitle() << ") with " << size()
+              << " hits" << std::endl;
     if (TString(opt).Contains("hits")) {
         TROOT::IncreaseDirLevel();
         for (const_iterator hit = begin(); hit != end(); ++hit) hit->ls(opt);
@@ -105,8 +111,7 @@ void ORVEX::IMultiHit::AddHit(const IHandle<ISingleHit>& hit) {
     SetCharge(GetCharge() + hit->GetCharge());
     const ISingleHit& representative = *fHits.front();
     SetPosition(representative.GetPosition());
-    SetMeasures(representative.MeasuresX(), representative.MeasuresY(),
-                representative.MeasuresZ());
+    SetMeasures(representative.MeasuresX(), representative.MeasuresY(), representative.MeasuresZ());
 }
 
 const ORVEX::IHandle<ORVEX::ISingleHit>& ORVEX::IMultiHit::GetRepresentativeHit() const {

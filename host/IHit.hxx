@@ -41,10 +41,8 @@ public:
 /// host's other hit classes build on it.
 class ORVEX::ISingleHit : public IHit {
 public:
-    ISingleHit(int geomId = 0, double charge = 0.0,
-               const TVector3& position = TVector3(),
-               bool measuresX = true, bool measuresY = true,
-               bool measuresZ = true);
+    ISingleHit(int geomId = 0, double charge = 0.0, const TVector3& position = TVector3(),
+               bool measuresX = true, bool measuresY = true, bool measuresZ = true);
     virtual ~ISingleHit();
 
     virtual IGeometryId GetGeomId() const { return IGeometryId(fGeomId); }

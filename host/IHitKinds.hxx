@@ -38,8 +38,7 @@ private:
 /// A hit made directly from simulated energy deposits.
 class ORVEX::IMCHit : public ISingleHit {
 public:
-    IMCHit(int geomId = 0, double charge = 0.0,
-           const TVector3& position = TVector3())
+    IMCHit(int geomId = 0, double charge = 0.0, const TVector3& position = TVector3())
         : ISingleHit(geomId, charge, position) {}
     virtual ~IMCHit();
     const std::vector<IG4VHit*>& GetContributors() const { return fContributors; }
@@ -67,15 +66,12 @@ private:
 /// A reconstructed hit made of constituent hits.
 class ORVEX::IReconHit : public ISingleHit {
 public:
-    IReconHit(int geomId = 0, double charge = 0.0,
-              const TVector3& position = TVector3())
+    IReconHit(int geomId = 0, double charge = 0.0, const TVector3& position = TVector3())
         : ISingleHit(geomId, charge, position) {}
     virtual ~IReconHit();
     void AddConstituent(const IHandle<IHit>& hit) { fConstituents.push_back(hit); }
     virtual IHandle<IHit> GetConstituent(int i = 0) const;
-    virtual int GetConstituentCount() const {
-        return static_cast<int>(fConstituents.size());
-    }
+    virtual int GetConstituentCount() const { return static_cast<int>(fConstituents.size()); }
 
 private:
     std::vector<IHandle<IHit> > fConstituents;

@@ -3,22 +3,16 @@
 #include <fstream>
 #include <sstream>
 
-ORVEX::IORVEXLog::ErrorPriority ORVEX::IORVEXLog::fErrorPriority =
-    ORVEX::IORVEXLog::ErrorLevel;
-ORVEX::IORVEXLog::LogPriority ORVEX::IORVEXLog::fLogPriority =
-    ORVEX::IORVEXLog::LogLevel;
+ORVEX::IORVEXLog::ErrorPriority ORVEX::IORVEXLog::fErrorPriority = ORVEX::IORVEXLog::ErrorLevel;
+ORVEX::IORVEXLog::LogPriority ORVEX::IORVEXLog::fLogPriority = ORVEX::IORVEXLog::LogLevel;
 std::ostream* ORVEX::IORVEXLog::fDebugStream = &std::cerr;
 std::ostream* ORVEX::IORVEXLog::fLogStream = &std::cout;
-std::map<std::string, ORVEX::IORVEXLog::ErrorPriority>
-    ORVEX::IORVEXLog::fErrorTraces;
-std::map<std::string, ORVEX::IORVEXLog::LogPriority>
-    ORVEX::IORVEXLog::fLogTraces;
+std::map<std::string, ORVEX::IORVEXLog::ErrorPriority> ORVEX::IORVEXLog::fErrorTraces;
+std::map<std::string, ORVEX::IORVEXLog::LogPriority> ORVEX::IORVEXLog::fLogTraces;
 int ORVEX::IORVEXLog::fIndentation = 0;
 
-ORVEX::IORVEXLog::ErrorPriority
-ORVEX::IORVEXLog::GetDebugLevel(const char* trace) {
-    std::map<std::string, ErrorPriority>::const_iterator t =
-        fErrorTraces.find(trace);
+ORVEX::IORVEXLog::ErrorPriority ORVEX::IORVEXLog::GetDebugLevel(const char* trace) {
+    std::map<std::string, ErrorPriority>::const_iterator t = fErrorTraces.find(trace);
     return t == fErrorTraces.end() ? fErrorPriority : t->second;
 }
 

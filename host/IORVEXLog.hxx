@@ -16,13 +16,15 @@ namespace ORVEX {
 class ORVEX::IORVEXLog {
 public:
     typedef enum {
-        SilentLevel = 0, ErrorLevel, SevereLevel, WarnLevel, DebugLevel,
+        SilentLevel = 0,
+        ErrorLevel,
+        SevereLevel,
+        WarnLevel,
+        DebugLevel,
         TraceLevel
     } ErrorPriority;
 
-    typedef enum {
-        QuietLevel = 0, LogLevel, InfoLevel, VerboseLevel
-    } LogPriority;
+    typedef enum { QuietLevel = 0, LogLevel, InfoLevel, VerboseLevel } LogPriority;
 
     static ErrorPriority GetDebugLevel() { return fErrorPriority; }
     static LogPriority GetLogLevel() { return fLogPriority; }
@@ -68,41 +70,41 @@ private:
 // the values streamed as they come, reset precision, width and fill, end the
 // line, then restore the kept flags.  A manipulator used inside one
 // statement therefore never leaks into the next.
-#define ORVEX_LOG_STATEMENT_(stream, line)                          \
-    do {                                                            \
-        std::ostream& orvexLogStream_ = (stream);                   \
-        std::ios::fmtflags orvexLogFlags_ = orvexLogStream_.flags();\
-        orvexLogStream_ << line;                                    \
-        orvexLogStream_.precision(6);                               \
-        orvexLogStream_.width(0);                                   \
-        orvexLogStream_.fill(' ');                                  \
-        orvexLogStream_ << std::endl;                               \
-        orvexLogStream_.flags(orvexLogFlags_);                      \
+#define ORVEX_LOG_STATEMENT_(stream, line)                           \
+    do {                                                             \
+        std::ostream& orvexLogStream_ = (stream);                    \
+        std::ios::fmtflags orvexLogFlags_ = orvexLogStream_.flags(); \
+        orvexLogStream_ << line;                                     \
+        orvexLogStream_.precision(6);                                \
+        orvexLogStream_.width(0);                                    \
+        orvexLogStream_.fill(' ');                                   \
+        orvexLogStream_ << std::endl;                                \
+        orvexLogStream_.flags(orvexLogFlags_);                       \
     } while (0)
 
-#define ORVEX_DEBUG_LINE_(kind, text)                               \
-    ORVEX_LOG_STATEMENT_(ORVEX::IORVEXLog::GetDebugStream(),        \
+#define ORVEX_DEBUG_LINE_(kind, text)                        \
+    ORVEX_LOG_STATEMENT_(ORVEX::IORVEXLog::GetDebugStream(), \
                          kind << __FILE__ << ":" << __LINE__ << ": " << text)
 
 /// Always written, whatever the priority.
 #define ORVEXError(text) ORVEX_DEBUG_LINE_("ERROR: ", text)
 
-#define ORVEXSevere(text)                                                   \
-    do {                                                                    \
+#define ORVEXSevere(text)                                                       \
+    do {                                                                        \
         if (ORVEX::IORVEXLog::GetDebugLevel() >= ORVEX::IORVEXLog::SevereLevel) \
-            ORVEX_DEBUG_LINE_("SEVERE: ", text);                            \
+            ORVEX_DEBUG_LINE_("SEVERE: ", text);                                \
     } while (0)
 
-#define ORVEXWarn(text)                                                     \
-    do {                                                                    \
+#define ORVEXWarn(text)                                                       \
+    do {                                                                      \
         if (ORVEX::IORVEXLog::GetDebugLevel() >= ORVEX::IORVEXLog::WarnLevel) \
-            ORVEX_DEBUG_LINE_("WARNING: ", text);                           \
+            ORVEX_DEBUG_LINE_("WARNING: ", text);                             \
     } while (0)
 
-#define ORVEXInfo(text)                                                     \
-    do {                                                                    \
-        if (ORVEX::IORVEXLog::GetLogLevel() >= ORVEX::IORVEXLog::InfoLevel) \
-            ORVEX_LOG_STATEMENT_(ORVEX::IORVEXLog::GetLogStream(),          \
+#define ORVEXInfo(text)                                                            \
+    do {                                                                           \
+        if (ORVEX::IORVEXLog::GetLogLevel() >= ORVEX::IORVEXLog::InfoLevel)        \
+            ORVEX_LOG_STATEMENT_(ORVEX::IORVEXLog::GetLogStream(),                 \
                                  "%% " << ORVEX::IORVEXLog::MakeIndent() << text); \
     } while (0)
 

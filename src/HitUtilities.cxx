@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
-bool hits::Equal(const IHandle<IHit>& a, const IHandle<IHit>& b) { return a == b; }
+bool hits::Equal(const IHandle<IHit>& a, const IHandle<IHit>& b) {
+    return a == b;
+}
 
 bool hits::Equiv(const IHandle<IHit>& a, const IHandle<IHit>& b) {
     if (a == b) return true;
@@ -11,10 +13,9 @@ bool hits::Equiv(const IHandle<IHit>& a, const IHandle<IHit>& b) {
     UnpackHits(a, std::back_inserter(leavesA));
     IHitSelection leavesB("hits", "Hit Handles");
     UnpackHits(b, std::back_inserter(leavesB));
-    for (IHitSelection::const_iterator leafA = leavesA.begin();
-         leafA != leavesA.end(); ++leafA) {
-        for (IHitSelection::const_iterator leafB = leavesB.begin();
-             leafB != leavesB.end(); ++leafB) {
+    for (IHitSelection::const_iterator leafA = leavesA.begin(); leafA != leavesA.end(); ++leafA) {
+        for (IHitSelection::const_iterator leafB = leavesB.begin(); leafB != leavesB.end();
+             ++leafB) {
             if (*leafA == *leafB) return true;
         }
     }
@@ -30,7 +31,6 @@ void hits::Subtract(IHitSelection& hits, const IHitSelection& other) {
 
 void hits::Unique(IHitSelection& hits) {
     std::sort(hits.begin(), hits.end(), geomIdLessThan());
-    IHitSelection::iterator last =
-        std::unique(hits.begin(), hits.end(), geomIdEquals());
+    IHitSelection::iterator last = std::unique(hits.begin(), hits.end(), geomIdEquals());
     hits.erase(last, hits.end());
 }

@@ -43,8 +43,7 @@ namespace hits {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
     /// Orders hits by signed geometry id.
-    struct geomIdLessThan
-        : public std::binary_function<IHandle<IHit>, IHandle<IHit>, bool> {
+    struct geomIdLessThan : public std::binary_function<IHandle<IHit>, IHandle<IHit>, bool> {
         /// True when `lhs` has the smaller geometry id.
         bool operator()(IHandle<IHit> lhs, IHandle<IHit> rhs) const {
             return lhs->GetGeomId().AsInt() < rhs->GetGeomId().AsInt();
@@ -52,8 +51,7 @@ namespace hits {
     };
 
     /// Hits of the same geometry id.
-    struct geomIdEquals
-        : public std::binary_function<IHandle<IHit>, IHandle<IHit>, bool> {
+    struct geomIdEquals : public std::binary_function<IHandle<IHit>, IHandle<IHit>, bool> {
         /// True when both hits have the same geometry id.
         bool operator()(IHandle<IHit> lhs, IHandle<IHit> rhs) const {
             return lhs->GetGeomId().AsInt() == rhs->GetGeomId().AsInt();
@@ -90,8 +88,8 @@ void hits::UnpackHits(const IHandle<IHit>& h, OutputIterator result) {
         return;
     }
     const IHitSelection& members = c->GetHits();
-    for (IHitSelection::const_iterator member = members.begin();
-         member != members.end(); ++member) {
+    for (IHitSelection::const_iterator member = members.begin(); member != members.end();
+         ++member) {
         UnpackHits(*member, result);
     }
 }

@@ -134,7 +134,8 @@ std::vector<ORVEX::IChargeClusters::RankedHit> ORVEX::IChargeClusters::RankByCha
     ranked.reserve(hits.size());
     for (std::size_t i : order) {
         const TVector3& position = hits[i]->GetPosition();
-        ranked.push_back(RankedHit{&hits[i], charges[i], {{position.X(), position.Y(), position.Z()}}});
+        ranked.push_back(
+            RankedHit{&hits[i], charges[i], {{position.X(), position.Y(), position.Z()}}});
     }
     return ranked;
 }

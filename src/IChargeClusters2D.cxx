@@ -84,8 +84,8 @@ namespace {
     /// handle throws when it is read and passes out; the result selection made
     /// before is then not released.
     std::vector<PlaneHit> RankAlongNormal(const ORVEX::IHitSelection& hits, double prec,
-                                              const TVector3& xPlane, const TVector3& yPlane,
-                                              const TVector3& zPlane) {
+                                          const TVector3& xPlane, const TVector3& yPlane,
+                                          const TVector3& zPlane) {
         std::vector<double> along, charge;
         std::vector<TVector3> positions;
         for (const IHandle<IHit>& hit : hits) {
@@ -101,7 +101,9 @@ namespace {
         ranked.reserve(hits.size());
         for (std::size_t i : order) {
             const TVector3& p = positions[i];
-            ranked.push_back(PlaneHit{&hits[i], charge[i], {{p.Dot(xPlane), p.Dot(yPlane), along[i]}},
+            ranked.push_back(PlaneHit{&hits[i],
+                                      charge[i],
+                                      {{p.Dot(xPlane), p.Dot(yPlane), along[i]}},
                                       {{p.X(), p.Y(), p.Z()}}});
         }
         return ranked;
@@ -227,8 +229,10 @@ namespace {
                     if (joiner == stop) {
                         // With no joiner left anywhere in the list, no
                         // walk of the member ever takes a hit again.
-                        if (!anyJoiner) Settle(member, fRanked.size(), index);
-                        else if (fromStart) Settle(member, stop, index);
+                        if (!anyJoiner)
+                            Settle(member, fRanked.size(), index);
+                        else if (fromStart)
+                            Settle(member, stop, index);
                         break;
                     }
                     if (fromStart) {
@@ -320,7 +324,8 @@ namespace {
         void Unblock(const Waiting& wait) {
             std::size_t stop = FirstStop(wait.member, fResume[wait.member] + 1);
             bool anyJoiner = false;
-            std::size_t joiner = FirstJoiner(wait.member, fResume[wait.member] + 1, stop, anyJoiner);
+            std::size_t joiner =
+                FirstJoiner(wait.member, fResume[wait.member] + 1, stop, anyJoiner);
             if (joiner != stop) {
                 fResume[wait.member] += 1;
                 fSettled[wait.member] = 0;
@@ -362,10 +367,8 @@ namespace {
     }
 }
 
-ORVEX::IChargeClusters2D::IChargeClusters2D(double xGap, double yGap, double prec,
-                                            TVector3 plane)
-    : fXGap(xGap), fYGap(yGap), fPrec(prec), fChargeRatio(10000.0),
-      fMaxHitsToCluster(1000000) {
+ORVEX::IChargeClusters2D::IChargeClusters2D(double xGap, double yGap, double prec, TVector3 plane)
+    : fXGap(xGap), fYGap(yGap), fPrec(prec), fChargeRatio(10000.0), fMaxHitsToCluster(1000000) {
     const TVector3 yAxis(0.0, 1.0, 0.0);
     fZPlane = plane.Unit();
     if (fZPlane.Angle(yAxis) > kNearYAngle) {

@@ -85,8 +85,7 @@ ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner) {
     for (IDelaunayTriangle*& n : fNeighbors) n = nullptr;
 }
 
-ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner,
-                                            IDelaunayTriangle* root, int i) {
+ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* root, int i) {
     owner->AddTriangle(this);
     for (int k = 0; k < 3; ++k) {
         fVertices[k] = root->fVertices[k];
@@ -100,9 +99,8 @@ ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner,
     root->SetNeighbor(i, this);
 }
 
-ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner,
-                                            IDelaunayTriangle* f,
-                                            IMeshPoint* c, int i) {
+ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* f, IMeshPoint* c,
+                                            int i) {
     owner->AddTriangle(this);
     InheritFlags(f, i);
     fNumber = 0;
@@ -130,17 +128,26 @@ void ORVEX::IDelaunayTriangle::InheritFlags(IDelaunayTriangle* f, int i) {
     case 1:
         if (!from.is_last_finite()) {
             if (i == 0) fFlag.infinite(1);
-            if (i == 1) { fFlag.infinite(1); fFlag.last_finite(); }
+            if (i == 1) {
+                fFlag.infinite(1);
+                fFlag.last_finite();
+            }
             if (i == 2) fFlag.infinite(0);
         } else {
-            if (i == 0) { fFlag.infinite(1); fFlag.last_finite(); }
+            if (i == 0) {
+                fFlag.infinite(1);
+                fFlag.last_finite();
+            }
             if (i == 1) fFlag.infinite(0);
             if (i == 2) fFlag.infinite(1);
         }
         break;
     case 2:
         if (i == 0) fFlag.infinite(2);
-        if (i == 1) { fFlag.infinite(1); fFlag.last_finite(); }
+        if (i == 1) {
+            fFlag.infinite(1);
+            fFlag.last_finite();
+        }
         if (i == 2) fFlag.infinite(1);
         break;
     case 3:
@@ -167,8 +174,12 @@ bool ORVEX::IDelaunayTriangle::Conflict(IMeshPoint* p) {
         double x0 = v0.X(), y0 = v0.Y();
         double x1 = v1.X(), y1 = v1.Y();
         double x2 = v2.X(), y2 = v2.Y();
-        x1 -= x0; x2 -= x0; x -= x0;
-        y1 -= y0; y2 -= y0; y -= y0;
+        x1 -= x0;
+        x2 -= x0;
+        x -= x0;
+        y1 -= y0;
+        y2 -= y0;
+        y -= y0;
         const double z1 = x1 * x1 + y1 * y1;
         const double z2 = x2 * x2 + y2 * y2;
         const double alpha = y1 * z2 - z1 * y2;
@@ -279,8 +290,7 @@ ORVEX::IDelaunay2D::ITriangleIterator::ITriangleIterator(IDelaunayTriangle* node
     if (fQueue.front()->GetFlag().GetValue() != 0) ++(*this);
 }
 
-ORVEX::IDelaunay2D::ITriangleIterator&
-ORVEX::IDelaunay2D::ITriangleIterator::operator++() {
+ORVEX::IDelaunay2D::ITriangleIterator& ORVEX::IDelaunay2D::ITriangleIterator::operator++() {
     // Pass through the scaffold and the triangles at infinity; halt only at
     // a live triangle with three finite corners.
     for (;;) {
@@ -369,8 +379,8 @@ void ORVEX::IDelaunay2D::Init() {
     fPoints.erase(corner);
 }
 
-bool ORVEX::IDelaunay2D::RotateAround(IMeshPoint* r, IMeshPoint* p,
-                                      IDelaunayTriangle*& n, int& i, int& budget) {
+bool ORVEX::IDelaunay2D::RotateAround(IMeshPoint* r, IMeshPoint* p, IDelaunayTriangle*& n, int& i,
+                                      int& budget) {
     for (;;) {
         if (--budget < 0) return false;
         i = n->ClockwiseNeighbor(r);

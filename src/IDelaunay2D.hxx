@@ -245,8 +245,7 @@ private:
     /// Turn clockwise around `r`, from `n`, past the triangles already
     /// split or in conflict with `p`; `i` becomes the index of the boundary
     /// edge reached.  False when the budget runs out.
-    bool RotateAround(IMeshPoint* r, IMeshPoint* p, IDelaunayTriangle*& n, int& i,
-                      int& budget);
+    bool RotateAround(IMeshPoint* r, IMeshPoint* p, IDelaunayTriangle*& n, int& i, int& budget);
 
     static ITriangleIterator fEnd;
 };

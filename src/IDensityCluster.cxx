@@ -16,9 +16,7 @@ namespace {
     class SmallCluster {
     public:
         explicit SmallCluster(unsigned int bound) : fBound(bound) {}
-        bool operator()(const IHitSelection& cluster) const {
-            return cluster.size() < fBound;
-        }
+        bool operator()(const IHitSelection& cluster) const { return cluster.size() < fBound; }
 
     private:
         unsigned int fBound;
@@ -52,13 +50,14 @@ namespace {
 }
 
 ORVEX::IDensityCluster::IDensityCluster(unsigned int MinPts, double epsilon)
-    : fMinClusterSize(1), fMinPoints(MinPts), fMinDistance(epsilon),
+    : fMinClusterSize(1),
+      fMinPoints(MinPts),
+      fMinDistance(epsilon),
       fRemainingHits("hits", "Hit Handles") {}
 
 ORVEX::IDensityCluster::~IDensityCluster() {}
 
-double ORVEX::IDensityCluster::CalculateDistance(IHandle<IHit> lhs,
-                                                 IHandle<IHit> rhs) const {
+double ORVEX::IDensityCluster::CalculateDistance(IHandle<IHit> lhs, IHandle<IHit> rhs) const {
     double x1 = lhs->GetPosition().Z();
     double y1 = Transverse(lhs);
     double x2 = rhs->GetPosition().Z();
@@ -66,8 +65,8 @@ double ORVEX::IDensityCluster::CalculateDistance(IHandle<IHit> lhs,
     return std::sqrt((x1 - x2) * (x1 - x2) + (y1 - y2) * (y1 - y2));
 }
 
-ORVEX::IHitSelection ORVEX::IDensityCluster::GetNeighbors(
-    IHandle<IHit> hit, const IHitSelection& hits) const {
+ORVEX::IHitSelection ORVEX::IDensityCluster::GetNeighbors(IHandle<IHit> hit,
+                                                          const IHitSelection& hits) const {
     IHitSelection remaining("hits", "Hit Handles");
     Append(remaining, hits);
     // Only the first occurrence goes: a handle that stands twice is its own
@@ -80,8 +79,7 @@ ORVEX::IHitSelection ORVEX::IDensityCluster::GetNeighbors(
     return neighbors;
 }
 
-ORVEX::IHitSelection ORVEX::IDensityCluster::FindSeeds(
-    const IHitSelection& remaining) const {
+ORVEX::IHitSelection ORVEX::IDensityCluster::FindSeeds(const IHitSelection& remaining) const {
     IHitSelection hits(remaining);
     IHitSelection maxseeds = GetNeighbors(hits.front(), hits);
     maxseeds.push_back(hits.front());
@@ -179,7 +177,8 @@ namespace {
         ovUtility::BoxCellIndex cells(points, {{reach, reach, HUGE_VAL}});
         for (std::size_t entry = 0; entry < places.size(); ++entry) {
             cells.ForEachCandidate(entry, [&](std::size_t other) {
-                if (PlaneDistance(places[entry], places[other]) < epsilon) near[entry].push_back(other);
+                if (PlaneDistance(places[entry], places[other]) < epsilon)
+                    near[entry].push_back(other);
             });
             std::sort(near[entry].begin(), near[entry].end());
         }
@@ -225,8 +224,8 @@ std::vector<std::size_t> ORVEX::IDensityCluster::Remainder::Seeds() const {
     std::size_t best = fFirstLeft;
     for (;;) {
         const long bestSize = Count(best) + 1;
-        std::size_t better = fCounts.First(best + 1, [bestSize](long count) { return count > bestSize; },
-                                           none);
+        std::size_t better = fCounts.First(
+            best + 1, [bestSize](long count) { return count > bestSize; }, none);
         if (better == none) break;
         best = better;
     }
@@ -271,9 +270,9 @@ void ORVEX::IDensityCluster::Cluster(const IHitSelection& hits) {
     }
     std::sort(fClusters.begin(), fClusters.end(), GreaterCluster());
     // Hits of a dropped cluster are in neither the clusters nor the remainder.
-    fClusters.erase(std::remove_if(fClusters.begin(), fClusters.end(),
-                                   SmallCluster(fMinClusterSize)),
-                    fClusters.end());
+    fClusters.erase(
+        std::remove_if(fClusters.begin(), fClusters.end(), SmallCluster(fMinClusterSize)),
+        fClusters.end());
 }
 
 void ORVEX::IDensityCluster::ClusterRemainder() {

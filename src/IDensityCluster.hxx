@@ -33,9 +33,7 @@ public:
     void Cluster(const IHitSelection& hits);
 
     /// The number of clusters kept so far.
-    unsigned int GetClusterCount() const {
-        return static_cast<unsigned int>(fClusters.size());
-    }
+    unsigned int GetClusterCount() const { return static_cast<unsigned int>(fClusters.size()); }
 
     /// Cluster `i`, largest first; `i` isn't checked.
     const IHitSelection& GetCluster(unsigned int i) const { return fClusters[i]; }

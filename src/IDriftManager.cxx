@@ -17,12 +17,10 @@ ORVEX::IDriftManager::IDriftManager() : fInitialized(false) {}
 
 ORVEX::IDriftManager::~IDriftManager() {}
 
-void ORVEX::IDriftManager::InitializeFromDB(bool /*UseAdaptiveStepSize*/,
-                                            double MaxDriftStepTime,
+void ORVEX::IDriftManager::InitializeFromDB(bool /*UseAdaptiveStepSize*/, double MaxDriftStepTime,
                                             double MinDriftStepTime, int MaxNbrDriftSteps,
                                             double ErrorTol, double InitialDriftStepTime,
-                                            double OmegaTau, double Mu,
-                                            double DriftVelocity) {
+                                            double OmegaTau, double Mu, double DriftVelocity) {
     InitializeFromDB(InitialDriftStepTime, OmegaTau, Mu, DriftVelocity);
     fUseAdaptiveStepSize = 1;
     fMaxDriftStepTime = MaxDriftStepTime;
@@ -31,8 +29,8 @@ void ORVEX::IDriftManager::InitializeFromDB(bool /*UseAdaptiveStepSize*/,
     fErrorTol = ErrorTol;
 }
 
-void ORVEX::IDriftManager::InitializeFromDB(double InitialDriftStepTime, double OmegaTau,
-                                            double Mu, double DriftVelocity) {
+void ORVEX::IDriftManager::InitializeFromDB(double InitialDriftStepTime, double OmegaTau, double Mu,
+                                            double DriftVelocity) {
     fInitialized = true;
     fOmegaTau = OmegaTau;
     fMu = Mu;
@@ -78,9 +76,8 @@ double ORVEX::IDriftManager::vz(double charge, TVector3 E, TVector3 B) {
     return con * (E.Z() - w * (E.Y() * B.X() + E.X() * B.Y()) + s * B.Z());
 }
 
-double ORVEX::IDriftManager::FirstSlope(Velocity velocity, double& cache,
-                                        bool useFirstKs, double charge,
-                                        const TVector3& E, const TVector3& B1) {
+double ORVEX::IDriftManager::FirstSlope(Velocity velocity, double& cache, bool useFirstKs,
+                                        double charge, const TVector3& E, const TVector3& B1) {
     if (!useFirstKs) cache = (this->*velocity)(charge, E, B1);
     return cache;
 }
@@ -101,8 +98,8 @@ double ORVEX::IDriftManager::AdvanceAxis(int axis, Velocity velocity, double k1,
 // Each axis is advanced by itself, in the order X, Y, Z, with the field
 // sampled on the line through the start point along that axis; a field map
 // that keeps state sees the lookups in that order.
-TLorentzVector ORVEX::IDriftManager::Step(const TLorentzVector& x, double charge,
-                                          double driftTime, bool useFirstKs) {
+TLorentzVector ORVEX::IDriftManager::Step(const TLorentzVector& x, double charge, double driftTime,
+                                          bool useFirstKs) {
     ++fNbrStepCalls;
     const double h = driftTime;
     TVector3 xstart = x.Vect();
@@ -157,8 +154,7 @@ bool ORVEX::IDriftManager::DriftUntilXLim(IElectronCloud& cloud, double xLim) {
 }
 
 bool ORVEX::IDriftManager::Drift(double lim, bool driftUntilXLim, IElectronCloud& cloud,
-                                 int& nbrSteps, int& nbrStepCalls, int& nbrVCalls,
-                                 double& hMin) {
+                                 int& nbrSteps, int& nbrStepCalls, int& nbrVCalls, double& hMin) {
     if (!fInitialized) {
         std::cerr << "IDriftManager not initialized !!!!" << std::endl;
         return false;
@@ -225,10 +221,9 @@ bool ORVEX::IDriftManager::Drift(double lim, bool driftUntilXLim, IElectronCloud
 // largest step.  A step that would fall under the smallest is put just
 // under it, so that the next pass is accepted (with a warning) and the loop
 // can't stall on rejections.
-void ORVEX::IDriftManager::ControlStep(const TLorentzVector& xtemp, double charge,
-                                       double& h, TLorentzVector& xcurr,
-                                       TVector3& vcurr, double& meanDriftXVelocity,
-                                       int& nbrSteps) {
+void ORVEX::IDriftManager::ControlStep(const TLorentzVector& xtemp, double charge, double& h,
+                                       TLorentzVector& xcurr, TVector3& vcurr,
+                                       double& meanDriftXVelocity, int& nbrSteps) {
     // The first half step starts where the full one did: its slopes are reused.
     TLorentzVector xmid = Step(xcurr, charge, h / 2, true);
     TLorentzVector xhalfh = Step(xmid, charge, h / 2, false);
@@ -240,8 +235,7 @@ void ORVEX::IDriftManager::ControlStep(const TLorentzVector& xtemp, double charg
         nbrSteps += 1;
         if (fMinUsedH > h) fMinUsedH = h;
         if (fMinDriftStepTime > h) {
-            std::cout << "WARNING in IElectronCloud::Drift: Minimal step size reached"
-                      << std::endl;
+            std::cout << "WARNING in IElectronCloud::Drift: Minimal step size reached" << std::endl;
         }
     }
     if (errorEst > 1e-08) {
@@ -278,8 +272,8 @@ bool ORVEX::IDriftManager::CathodeReached(TLorentzVector& xcurr, const TVector3&
 // The overshoot of the last step is taken back along X and in time only, by
 // linear interpolation with the last step's velocity; Y and Z stay where the
 // step put them.  Landing exactly on the limit doesn't count.
-bool ORVEX::IDriftManager::LimitPassed(TLorentzVector& xcurr, const TVector3& vcurr,
-                                       double lim, bool driftUntilXLim, double initsign,
+bool ORVEX::IDriftManager::LimitPassed(TLorentzVector& xcurr, const TVector3& vcurr, double lim,
+                                       bool driftUntilXLim, double initsign,
                                        double startTime) const {
     if (driftUntilXLim) {
         double sign = xcurr.X() - lim;

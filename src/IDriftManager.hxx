@@ -29,9 +29,9 @@ public:
     /// always controls the step size (use the other overload for fixed
     /// steps).  No database is read; every value is the caller's.
     void InitializeFromDB(bool UseAdaptiveStepSize, double MaxDriftStepTime,
-                          double MinDriftStepTime, int MaxNbrDriftSteps,
-                          double ErrorTol, double InitialDriftStepTime,
-                          double OmegaTau, double Mu, double DriftVelocity);
+                          double MinDriftStepTime, int MaxNbrDriftSteps, double ErrorTol,
+                          double InitialDriftStepTime, double OmegaTau, double Mu,
+                          double DriftVelocity);
 
     /// The fixed-step set-up, with at most 1000 steps per drift.
     void InitializeFromDB(double InitialDriftStepTime, double OmegaTau, double Mu,
@@ -55,8 +55,7 @@ public:
     /// One fourth-order Runge-Kutta step of `driftTime` from the position
     /// and time `x`.  With `useFirstKs` the first-stage slopes are those the
     /// last step without it stored, which must have started at `x`.
-    TLorentzVector Step(const TLorentzVector& x, double charge, double driftTime,
-                        bool useFirstKs);
+    TLorentzVector Step(const TLorentzVector& x, double charge, double driftTime, bool useFirstKs);
 
 private:
     // Lets the unit tests reach the velocity equations and the counters.
@@ -73,24 +72,23 @@ private:
 
     /// The coordinate `axis` after one step, its three later stages taken on
     /// the line through `start` along that axis.
-    double AdvanceAxis(int axis, Velocity velocity, double k1, const TVector3& start,
-                       double tstart, double h, double charge, const TVector3& E);
+    double AdvanceAxis(int axis, Velocity velocity, double k1, const TVector3& start, double tstart,
+                       double h, double charge, const TVector3& E);
 
     /// The first-stage slope: computed and stored in `cache`, or read back.
     double FirstSlope(Velocity velocity, double& cache, bool useFirstKs, double charge,
                       const TVector3& E, const TVector3& B1);
 
     /// One pass of step doubling around the full step `xtemp`.
-    void ControlStep(const TLorentzVector& xtemp, double charge, double& h,
-                     TLorentzVector& xcurr, TVector3& vcurr, double& meanDriftXVelocity,
-                     int& nbrSteps);
+    void ControlStep(const TLorentzVector& xtemp, double charge, double& h, TLorentzVector& xcurr,
+                     TVector3& vcurr, double& meanDriftXVelocity, int& nbrSteps);
 
     /// Puts a cloud that crossed the central plane down at the cathode.
     bool CathodeReached(TLorentzVector& xcurr, const TVector3& vcurr, double startX);
 
     /// Takes back the overshoot of a passed limit; true when passed.
-    bool LimitPassed(TLorentzVector& xcurr, const TVector3& vcurr, double lim,
-                     bool driftUntilXLim, double initsign, double startTime) const;
+    bool LimitPassed(TLorentzVector& xcurr, const TVector3& vcurr, double lim, bool driftUntilXLim,
+                     double initsign, double startTime) const;
 
     double fOmegaTau;
     double fMu;

@@ -6,10 +6,8 @@
 
 #include <TRandom.h>
 
-ORVEX::IElectronCloud::IElectronCloud(int nE, TVector3 pos, TVector3 vel, double t,
-                                      int q)
-    : fNbrEs(nE), fCharge(q), fPos(pos), fStartPos(pos), fVel(vel), fT(t),
-      fStartT(t) {
+ORVEX::IElectronCloud::IElectronCloud(int nE, TVector3 pos, TVector3 vel, double t, int q)
+    : fNbrEs(nE), fCharge(q), fPos(pos), fStartPos(pos), fVel(vel), fT(t), fStartT(t) {
     Initialize();
 }
 
@@ -58,8 +56,7 @@ double ORVEX::IElectronCloud::GetRandomArrivalTime(double longDiffCoef) {
     return -1.0;
 }
 
-TVector3 ORVEX::IElectronCloud::GetAnElectronsPosition(double tranDiffCoef,
-                                                       double longDiffCoef,
+TVector3 ORVEX::IElectronCloud::GetAnElectronsPosition(double tranDiffCoef, double longDiffCoef,
                                                        bool calibtarget) {
     double dXDrift = GetXDriftLength();
     double tranSigma = tranDiffCoef * std::sqrt(dXDrift);

@@ -84,8 +84,7 @@ public:
     /// The position of one electron around the cloud centre.  `calibtarget`
     /// is true for a cloud released at a calibration target, whose start
     /// spot has a width of its own.
-    TVector3 GetAnElectronsPosition(double tranDiffCoef, double longDiffCoef,
-                                    bool calibtarget);
+    TVector3 GetAnElectronsPosition(double tranDiffCoef, double longDiffCoef, bool calibtarget);
 
     /// The start spreads replace the previous value, the defaults included,
     /// so that any spread (a smaller one, or none) can be chosen; repeated

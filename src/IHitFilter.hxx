@@ -13,8 +13,8 @@ namespace ORVEX {
     /// may be the source range itself as long as it starts at or before it.
     template <typename OutputIterator>
     OutputIterator copy_hits_if(IHitSelection::const_iterator begin,
-                                IHitSelection::const_iterator end,
-                                OutputIterator result, const IHitFilter& pred);
+                                IHitSelection::const_iterator end, OutputIterator result,
+                                const IHitFilter& pred);
 }
 
 /// A predicate over hits.  The base filter accepts every hit.
@@ -27,8 +27,7 @@ public:
 
 template <typename OutputIterator>
 OutputIterator ORVEX::copy_hits_if(IHitSelection::const_iterator begin,
-                                   IHitSelection::const_iterator end,
-                                   OutputIterator result,
+                                   IHitSelection::const_iterator end, OutputIterator result,
                                    const IHitFilter& pred) {
     for (; begin != end; ++begin) {
         if (!pred(*begin)) continue;

@@ -15,10 +15,8 @@
 namespace {
     /// Orders the points of one line by their position along it.
     struct ICounterClockwisePredicate {
-        explicit ICounterClockwisePredicate(const ORVEX::IHoughLine* line)
-            : fLine(line) {}
-        bool operator()(const ORVEX::IHoughPoint* a,
-                        const ORVEX::IHoughPoint* b) const {
+        explicit ICounterClockwisePredicate(const ORVEX::IHoughLine* line) : fLine(line) {}
+        bool operator()(const ORVEX::IHoughPoint* a, const ORVEX::IHoughPoint* b) const {
             return fLine->GetLength(a) < fLine->GetLength(b);
         }
         const ORVEX::IHoughLine* fLine;
@@ -46,17 +44,14 @@ struct ORVEX::IHoughPoint::ByLine {
     }
 };
 
-void ORVEX::IHoughPoint::AddEntry(IHoughLine* line,
-                                  std::list<IHoughPoint*>::iterator node) {
+void ORVEX::IHoughPoint::AddEntry(IHoughLine* line, std::list<IHoughPoint*>::iterator node) {
     Entry entry = {line, node, line->fEpoch};
     // A space fills its lines in rising address order, so the entry
     // nearly always goes at the back.
     if (fEntries.empty() || !std::less<IHoughLine*>()(line, fEntries.back().fLine)) {
         fEntries.push_back(entry);
     } else {
-        fEntries.insert(std::upper_bound(fEntries.begin(), fEntries.end(), line,
-                                         ByLine()),
-                        entry);
+        fEntries.insert(std::upper_bound(fEntries.begin(), fEntries.end(), line, ByLine()), entry);
     }
 }
 
@@ -65,8 +60,7 @@ void ORVEX::IHoughPoint::KillEntry(Entry& entry) {
     ++fDeadEntries;
 }
 
-void ORVEX::IHoughPoint::DropEntry(IHoughLine* line,
-                                   std::list<IHoughPoint*>::iterator node) {
+void ORVEX::IHoughPoint::DropEntry(IHoughLine* line, std::list<IHoughPoint*>::iterator node) {
     std::pair<EntryIterator, EntryIterator> range =
         std::equal_range(fEntries.begin(), fEntries.end(), line, ByLine());
     for (EntryIterator e = range.first; e != range.second; ++e) {
@@ -142,7 +136,8 @@ void ORVEX::IHoughPoint::RemoveFromCachedLines(double threshold) {
         if ((*l)->CachedWeight() >= threshold * maxWeight) {
             ++l;
         } else if (!EraseFrom(*l)) {
-            ORVEXWarn("RemoveFromLines:" << " OUCH! Point not in line");
+            ORVEXWarn("RemoveFromLines:"
+                      << " OUCH! Point not in line");
             ++l;
         } else {
             l = fLines.erase(l);
@@ -177,14 +172,26 @@ void ORVEX::IHoughPoint::KeepLine(IHoughLine* line) {
 // IHoughLine
 
 ORVEX::IHoughLine::IHoughLine(IHoughLines* parent, double angle, double radius)
-    : fParent(parent), fAngle(angle), fRadius(radius), fSorted(true),
-      fWeight(0.0), fWeightKnown(false), fEpoch(NewEpoch()), fUntracked(false) {}
+    : fParent(parent),
+      fAngle(angle),
+      fRadius(radius),
+      fSorted(true),
+      fWeight(0.0),
+      fWeightKnown(false),
+      fEpoch(NewEpoch()),
+      fUntracked(false) {}
 
 // A copy's list holds copies of which no point has an entry.
 ORVEX::IHoughLine::IHoughLine(const IHoughLine& rhs)
-    : fParent(rhs.fParent), fAngle(rhs.fAngle), fRadius(rhs.fRadius),
-      fPoints(rhs.fPoints), fSorted(rhs.fSorted), fWeight(0.0),
-      fWeightKnown(false), fEpoch(NewEpoch()), fUntracked(!fPoints.empty()) {}
+    : fParent(rhs.fParent),
+      fAngle(rhs.fAngle),
+      fRadius(rhs.fRadius),
+      fPoints(rhs.fPoints),
+      fSorted(rhs.fSorted),
+      fWeight(0.0),
+      fWeightKnown(false),
+      fEpoch(NewEpoch()),
+      fUntracked(!fPoints.empty()) {}
 
 ORVEX::IHoughLine& ORVEX::IHoughLine::operator=(const IHoughLine& rhs) {
     fParent = rhs.fParent;
@@ -316,11 +323,10 @@ void ORVEX::IHoughLine::SortPoints() {
         }
         keyed.push_back(std::make_pair(length, p));
     }
-    std::stable_sort(keyed.begin(), keyed.end(),
-                     [](const std::pair<double, Points::iterator>& a,
-                        const std::pair<double, Points::iterator>& b) {
-                         return a.first < b.first;
-                     });
+    std::stable_sort(
+        keyed.begin(), keyed.end(),
+        [](const std::pair<double, Points::iterator>& a,
+           const std::pair<double, Points::iterator>& b) { return a.first < b.first; });
     for (const auto& k : keyed) fPoints.splice(fPoints.end(), fPoints, k.second);
     // The list is in cache now: its weight is summed here, in the new
     // order, exactly as a walk would sum it.
@@ -332,11 +338,11 @@ void ORVEX::IHoughLine::SortPoints() {
 // IHoughLines
 
 ORVEX::IHoughLines::IHoughLines(double xmin, double ymin, double xmax, double ymax,
-                                double lineWidth, double overSampling,
-                                double coherenceLength) {
+                                double lineWidth, double overSampling, double coherenceLength) {
     fCenterX = (xmax + xmin) / 2.0;
     fCenterY = (ymax + ymin) / 2.0;
-    ORVEXInfo("HoughLines Space " << "[ " << xmin << " mm -- " << xmax << " mm]"
+    ORVEXInfo("HoughLines Space "
+              << "[ " << xmin << " mm -- " << xmax << " mm]"
               << " by [" << ymin << " mm -- " << ymax << " mm]");
 
     fLineWidth = std::abs(lineWidth);
@@ -350,10 +356,10 @@ ORVEX::IHoughLines::IHoughLines(double xmin, double ymin, double xmax, double ym
     // say) the conversion itself would be undefined.
     double radii = 2.0 * std::trunc(radius / fLineSpacing) + 3.0;
     if (!(radii <= kMaxLines)) {
-        ORVEXError("ORVEX::IHoughLines: " << radii << " radius bins (lineWidth "
-                   << lineWidth << ", overSampling " << overSampling
-                   << ", corner radius " << radius << " mm) exceed the limit of "
-                   << kMaxLines << " lines");
+        ORVEXError("ORVEX::IHoughLines: " << radii << " radius bins (lineWidth " << lineWidth
+                                          << ", overSampling " << overSampling << ", corner radius "
+                                          << radius << " mm) exceed the limit of " << kMaxLines
+                                          << " lines");
         throw EHoughBinning();
     }
     fRadii = 2 * int(radius / fLineSpacing) + 3;
@@ -371,10 +377,10 @@ ORVEX::IHoughLines::IHoughLines(double xmin, double ymin, double xmax, double ym
     double approxAngleWidth = fLineWidth / maxLength;
     double angles = std::trunc(2.0 * (TMath::PiOver2() / approxAngleWidth + 1.0)) + 1.0;
     if (!(angles * fRadii <= kMaxLines)) {
-        ORVEXError("ORVEX::IHoughLines: " << angles << " angle bins by " << fRadii
-                   << " radius bins (lineWidth " << lineWidth << ", overSampling "
-                   << overSampling << ", coherenceLength " << coherenceLength
-                   << ") exceed the limit of " << kMaxLines << " lines");
+        ORVEXError("ORVEX::IHoughLines: "
+                   << angles << " angle bins by " << fRadii << " radius bins (lineWidth "
+                   << lineWidth << ", overSampling " << overSampling << ", coherenceLength "
+                   << coherenceLength << ") exceed the limit of " << kMaxLines << " lines");
         throw EHoughBinning();
     }
     fAngles = int(2.0 * (TMath::PiOver2() / approxAngleWidth + 1.0)) + 1;
@@ -382,10 +388,9 @@ ORVEX::IHoughLines::IHoughLines(double xmin, double ymin, double xmax, double ym
     // The angles span exactly pi, whether their count is odd or even.
     fAngleSpacing = TMath::Pi() / (fAngles - 1);
 
-    ORVEXInfo("    Angular Binning: " << fAngles << " ("
-              << fAngleSpacing / kDegree << " degree)");
-    ORVEXInfo("    Radial Binning:  " << fRadii << " (" << fLineWidth
-              << " mm wide and" << " " << fLineSpacing << " mm apart)");
+    ORVEXInfo("    Angular Binning: " << fAngles << " (" << fAngleSpacing / kDegree << " degree)");
+    ORVEXInfo("    Radial Binning:  " << fRadii << " (" << fLineWidth << " mm wide and"
+                                      << " " << fLineSpacing << " mm apart)");
 
     fLines.reserve(size_t(fAngles) * fRadii);
     for (int a = 0; a < fAngles; ++a) {
@@ -420,19 +425,19 @@ int ORVEX::IHoughLines::DigitizeRadius(double r) {
 int ORVEX::IHoughLines::GetLinesIndex(int angle, int radius) {
     int a = angle + fAngleOffset;
     if (a < 0) {
-        ORVEXSevere("GetLinesIndex: Angle out of range "
-                    << angle << " " << fAngles << " " << fAngleOffset);
+        ORVEXSevere("GetLinesIndex: Angle out of range " << angle << " " << fAngles << " "
+                                                         << fAngleOffset);
         a = 0;
     }
     if (a >= fAngles) {
-        ORVEXSevere("GetLinesIndex: Angle out of range "
-                    << angle << " " << fAngles << " " << fAngleOffset);
+        ORVEXSevere("GetLinesIndex: Angle out of range " << angle << " " << fAngles << " "
+                                                         << fAngleOffset);
         a = fAngles - 1;
     }
     int r = radius + fRadiusOffset;
     if (r < 0) {
-        ORVEXSevere("GetLinesIndex: Radius out of range "
-                    << radius << " " << fRadii << " " << fRadiusOffset);
+        ORVEXSevere("GetLinesIndex: Radius out of range " << radius << " " << fRadii << " "
+                                                          << fRadiusOffset);
         r = 0;
     }
     // The top of the radius range is deliberately left open: a bin above it
@@ -456,9 +461,9 @@ void ORVEX::IHoughLines::AddPoint(IHoughPoint* point) {
     double reach = (distance + std::abs(tolerance)) / fLineSpacing + 1.0;
     const double maxBin = double(INT_MAX) - kMaxLines - 2.0;
     if (!(reach <= maxBin)) {
-        ORVEXError("ORVEX::IHoughLines::AddPoint: point (" << point->GetX() << ", "
-                   << point->GetY() << ") reaches radius bin " << reach
-                   << ", beyond the limit of " << maxBin);
+        ORVEXError("ORVEX::IHoughLines::AddPoint: point (" << point->GetX() << ", " << point->GetY()
+                                                           << ") reaches radius bin " << reach
+                                                           << ", beyond the limit of " << maxBin);
         throw EHoughPoint();
     }
     const int lineCount = fLines.size();
@@ -495,9 +500,8 @@ TH2F* ORVEX::IHoughLines::CreateHistogram(const char* name) {
     // The radial axis is scaled by the angle count, and the bins are
     // numbered by index from 0, so index 0 falls in the underflow bins.
     double maxRadius = (fAngles - fAngleOffset) * fLineSpacing;
-    TH2F* histogram = new TH2F(name, "Hough Transform Weights",
-                               fAngles, -TMath::PiOver2(), TMath::PiOver2(),
-                               fRadii, -maxRadius, maxRadius);
+    TH2F* histogram = new TH2F(name, "Hough Transform Weights", fAngles, -TMath::PiOver2(),
+                               TMath::PiOver2(), fRadii, -maxRadius, maxRadius);
     // The caller owns the histogram, so no ROOT directory may claim it.
     histogram->SetDirectory(nullptr);
     for (int i = 0; i < fAngles; ++i) {
@@ -535,9 +539,7 @@ void ORVEX::IHoughLines::RemoveShared(double threshold) {
         touched.clear();
         for (WeighedLine& line : sortedLines) line.first = weights[line.second];
         std::sort(sortedLines.begin(), sortedLines.end(),
-                  [](const WeighedLine& a, const WeighedLine& b) {
-                      return a.first < b.first;
-                  });
+                  [](const WeighedLine& a, const WeighedLine& b) { return a.first < b.first; });
     };
     for (IHoughLine& line : fLines) {
         // The point weights may have changed since the last call.

@@ -204,8 +204,8 @@ public:
     /// binning (below four line widths a default is chosen).  A binning of
     /// more than kMaxLines lines, or one whose counts are not finite, throws
     /// EHoughBinning before anything is allocated.
-    IHoughLines(double xmin, double ymin, double xmax, double ymax,
-                double lineWidth, double overSampling, double coherenceLength);
+    IHoughLines(double xmin, double ymin, double xmax, double ymax, double lineWidth,
+                double overSampling, double coherenceLength);
     IHoughLines(const IHoughLines&) = delete;
     IHoughLines& operator=(const IHoughLines&) = delete;
     virtual ~IHoughLines();
@@ -226,9 +226,7 @@ public:
     /// The weights by angle (X) and radius (Y).  The caller owns the result.
     TH2F* CreateHistogram(const char* name);
     /// The same for a name given as a string.
-    TH2F* CreateHistogram(const std::string& name) {
-        return CreateHistogram(name.c_str());
-    }
+    TH2F* CreateHistogram(const std::string& name) { return CreateHistogram(name.c_str()); }
 
     /// Every line of the space.
     Lines& GetLines() { return fLines; }

@@ -18,8 +18,7 @@ namespace {
 }
 
 ORVEX::IKalmanFilter::IKalmanFilter(const Vector& InitialSystemState,
-                                    const Matrix& InitialSystemCovariance,
-                                    size_t rows)
+                                    const Matrix& InitialSystemCovariance, size_t rows)
     : fState(InitialSystemState),
       fCovariance(InitialSystemCovariance),
       A_(InitialSystemState.GetNrows(), InitialSystemState.GetNrows()),
@@ -29,10 +28,8 @@ ORVEX::IKalmanFilter::IKalmanFilter(const Vector& InitialSystemState,
       fFilterGain(InitialSystemState.GetNrows(), static_cast<int>(rows)),
       fInnovation(static_cast<int>(rows)) {}
 
-ORVEX::IKalmanFilter::IKalmanFilter(const Matrix& SystemMatrix,
-                                    const Matrix& MeasurementMatrix,
-                                    const Vector& initialState,
-                                    const Matrix& initialCovariance)
+ORVEX::IKalmanFilter::IKalmanFilter(const Matrix& SystemMatrix, const Matrix& MeasurementMatrix,
+                                    const Vector& initialState, const Matrix& initialCovariance)
     : fState(initialState),
       fCovariance(initialCovariance),
       A_(SystemMatrix),
@@ -75,8 +72,7 @@ void ORVEX::IKalmanFilter::Predict(const Matrix& ProcessCovariance) {
 
 // Unlike SetSystemMatrix, the matrix is stored first and checked after, so
 // a badly shaped one is already in place when the assertion fails.
-void ORVEX::IKalmanFilter::Predict(const Matrix& SystemMatrix,
-                                   const Matrix& ProcessCovariance) {
+void ORVEX::IKalmanFilter::Predict(const Matrix& SystemMatrix, const Matrix& ProcessCovariance) {
     Replace(A_, SystemMatrix);
     assert(A_.GetNrows() == fState.GetNrows());
     assert(A_.GetNcols() == fState.GetNrows());
@@ -88,8 +84,7 @@ void ORVEX::IKalmanFilter::Predict(const Matrix& SystemMatrix,
 // symmetrisation.  HT_ is refreshed first so that a change made to H_
 // through GetMeasurementMatrix counts.  A singular innovation covariance is
 // left to TMatrixT::Invert.
-void ORVEX::IKalmanFilter::Update(const Vector& Measurement,
-                                  const Matrix& MeasurementCovariance) {
+void ORVEX::IKalmanFilter::Update(const Vector& Measurement, const Matrix& MeasurementCovariance) {
     Replace(HT_, Transpose(H_));
     assert(H_.GetNcols() == fState.GetNrows());
     Matrix denominator = (H_ * fCovariance) * HT_ + MeasurementCovariance;

@@ -32,8 +32,8 @@ public:
     /// A filter of InitialSystemState.GetNrows() components measured in
     /// `rows` rows.  The system and measurement matrices are only sized:
     /// supply them (SetSystemMatrix, SetMeasurementMatrix) before use.
-    IKalmanFilter(const Vector& InitialSystemState,
-                  const Matrix& InitialSystemCovariance, size_t rows);
+    IKalmanFilter(const Vector& InitialSystemState, const Matrix& InitialSystemCovariance,
+                  size_t rows);
 
     /// A filter with all its matrices given.  No shape is checked here.
     IKalmanFilter(const Matrix& SystemMatrix, const Matrix& MeasurementMatrix,
@@ -76,14 +76,14 @@ public:
     Matrix& GetMeasurementMatrix() { return H_; }
 
 private:
-    Vector fState;        ///< state estimate, n
-    Matrix fCovariance;   ///< its covariance, n x n
-    Matrix A_;            ///< system matrix, n x n
-    Matrix AT_;           ///< transpose of A_
-    Matrix H_;            ///< measurement matrix, m x n
-    Matrix HT_;           ///< transpose of H_
-    Matrix fFilterGain;   ///< gain of the latest Update, n x m
-    Vector fInnovation;   ///< innovation of the latest Update, m
+    Vector fState;       ///< state estimate, n
+    Matrix fCovariance;  ///< its covariance, n x n
+    Matrix A_;           ///< system matrix, n x n
+    Matrix AT_;          ///< transpose of A_
+    Matrix H_;           ///< measurement matrix, m x n
+    Matrix HT_;          ///< transpose of H_
+    Matrix fFilterGain;  ///< gain of the latest Update, n x m
+    Vector fInnovation;  ///< innovation of the latest Update, m
 };
 
 /// A new matrix, the transpose of m; m is left alone.

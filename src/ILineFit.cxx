@@ -2,7 +2,9 @@
 
 #include <cmath>
 
-ORVEX::ILineFit::ILineFit() { Clear(); }
+ORVEX::ILineFit::ILineFit() {
+    Clear();
+}
 
 ORVEX::ILineFit::ILineFit(int n, double* x, double* y, double* sigma) {
     Clear();
@@ -45,9 +47,13 @@ void ORVEX::ILineFit::RemovePoint(double x, double y, double sigma) {
     fE -= (x * x) / sigma2;
 }
 
-double ORVEX::ILineFit::SlopeNumerator() const { return fC * fA - fB * fD; }
+double ORVEX::ILineFit::SlopeNumerator() const {
+    return fC * fA - fB * fD;
+}
 
-double ORVEX::ILineFit::Denominator() const { return fC * fC - fB * fE; }
+double ORVEX::ILineFit::Denominator() const {
+    return fC * fC - fB * fE;
+}
 
 // Relative, not absolute: each quantity is judged against its own
 // numerator.  Written as "degenerate" so that NaN, which compares false,
@@ -84,9 +90,13 @@ double ORVEX::ILineFit::Uncertainty(double numerator) const {
     return std::sqrt(numerator / denominator);
 }
 
-double ORVEX::ILineFit::GetSlopeUncertainty() const { return Uncertainty(-fB); }
+double ORVEX::ILineFit::GetSlopeUncertainty() const {
+    return Uncertainty(-fB);
+}
 
-double ORVEX::ILineFit::GetInterceptUncertainty() const { return Uncertainty(-fA); }
+double ORVEX::ILineFit::GetInterceptUncertainty() const {
+    return Uncertainty(-fA);
+}
 
 double ORVEX::ILineFit::GetCentralIndependent() const {
     if (fPoints > 0) return fX / fPoints;

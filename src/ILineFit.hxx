@@ -69,13 +69,13 @@ private:
 
     void Clear();
 
-    int fPoints;    ///< points accepted and not removed
-    double fX;      ///< sum of x, unweighted
-    double fA;      ///< sum of y / sigma^2
-    double fB;      ///< sum of 1 / sigma^2
-    double fC;      ///< sum of x / sigma^2
-    double fD;      ///< sum of x * y / sigma^2
-    double fE;      ///< sum of x * x / sigma^2
+    int fPoints;  ///< points accepted and not removed
+    double fX;    ///< sum of x, unweighted
+    double fA;    ///< sum of y / sigma^2
+    double fB;    ///< sum of 1 / sigma^2
+    double fC;    ///< sum of x / sigma^2
+    double fD;    ///< sum of x * y / sigma^2
+    double fE;    ///< sum of x * x / sigma^2
 };
 
 #endif

@@ -40,26 +40,42 @@ ORVEX::IMeshEdge* ORVEX::IMesh::AddEdge(IMeshEdge* edge) {
     return edge;
 }
 
-ORVEX::TMeshPointSet& ORVEX::IMesh::GetPoints() { return fPoints; }
+ORVEX::TMeshPointSet& ORVEX::IMesh::GetPoints() {
+    return fPoints;
+}
 
-ORVEX::IMesh::PointIterator ORVEX::IMesh::BeginPoints() { return fPoints.begin(); }
+ORVEX::IMesh::PointIterator ORVEX::IMesh::BeginPoints() {
+    return fPoints.begin();
+}
 
-ORVEX::IMesh::PointIterator ORVEX::IMesh::EndPoints() { return fPoints.end(); }
+ORVEX::IMesh::PointIterator ORVEX::IMesh::EndPoints() {
+    return fPoints.end();
+}
 
-ORVEX::TMeshEdgeSet& ORVEX::IMesh::GetEdges() { return fEdges; }
+ORVEX::TMeshEdgeSet& ORVEX::IMesh::GetEdges() {
+    return fEdges;
+}
 
-ORVEX::IMesh::EdgeIterator ORVEX::IMesh::BeginEdges() { return fEdges.begin(); }
+ORVEX::IMesh::EdgeIterator ORVEX::IMesh::BeginEdges() {
+    return fEdges.begin();
+}
 
-ORVEX::IMesh::EdgeIterator ORVEX::IMesh::EndEdges() { return fEdges.end(); }
+ORVEX::IMesh::EdgeIterator ORVEX::IMesh::EndEdges() {
+    return fEdges.end();
+}
 
 void ORVEX::IMesh::RemoveEdge(IMeshEdge* edge) {
     fEdges.erase(fEdges.find(edge));
     delete edge;
 }
 
-void ORVEX::IMesh::SetUnitXLength(double unitLength) { fUnitXLength = unitLength; }
+void ORVEX::IMesh::SetUnitXLength(double unitLength) {
+    fUnitXLength = unitLength;
+}
 
-void ORVEX::IMesh::SetUnitYLength(double unitLength) { fUnitYLength = unitLength; }
+void ORVEX::IMesh::SetUnitYLength(double unitLength) {
+    fUnitYLength = unitLength;
+}
 
 void ORVEX::IMesh::SetUnitLength(double unitLength) {
     SetUnitXLength(unitLength);

@@ -3,8 +3,7 @@
 #include <cmath>
 #include <ostream>
 
-bool ORVEX::TMeshEdgePointerLessThan::operator()(const IMeshEdge* lhs,
-                                                 const IMeshEdge* rhs) const {
+bool ORVEX::TMeshEdgePointerLessThan::operator()(const IMeshEdge* lhs, const IMeshEdge* rhs) const {
     return *lhs < *rhs;
 }
 
@@ -51,7 +50,6 @@ bool ORVEX::IMeshEdge::operator<(const IMeshEdge& rhs) const {
 }
 
 std::ostream& ORVEX::operator<<(std::ostream& s, const IMeshEdge& edge) {
-    return s << static_cast<const void*>(&edge) << "->("
-             << static_cast<const void*>(edge.GetHead()) << ", "
-             << static_cast<const void*>(edge.GetTail()) << ")";
+    return s << static_cast<const void*>(&edge) << "->(" << static_cast<const void*>(edge.GetHead())
+             << ", " << static_cast<const void*>(edge.GetTail()) << ")";
 }

@@ -65,8 +65,7 @@ ORVEX::IMeshPoint::Walker& ORVEX::IMeshPoint::EndPoints() {
 }
 
 std::ostream& ORVEX::operator<<(std::ostream& s, const IMeshPoint& point) {
-    s << static_cast<const void*>(&point) << "->(" << point.X() << ", "
-      << point.Y() << ")";
+    s << static_cast<const void*>(&point) << "->(" << point.X() << ", " << point.Y() << ")";
     for (IMeshPoint::EdgeIterator e = point.BeginEdges(); e != point.EndEdges(); ++e) {
         s << " " << static_cast<const void*>(*e);
     }
@@ -77,8 +76,7 @@ std::ostream& ORVEX::operator<<(std::ostream& s, const IMeshPoint& point) {
 
 ORVEX::IMeshPoint::Walker::Walker() {}
 
-ORVEX::IMeshPoint::Walker::Walker(const Walker& rhs)
-    : fQueue(rhs.fQueue), fSeen(rhs.fSeen) {}
+ORVEX::IMeshPoint::Walker::Walker(const Walker& rhs) : fQueue(rhs.fQueue), fSeen(rhs.fSeen) {}
 
 ORVEX::IMeshPoint::Walker::Walker(IMeshPoint* start) {
     fQueue.push(start);
@@ -119,8 +117,7 @@ void ORVEX::IMeshPoint::Walker::PackQueue() {
 
 // ---------------------------------------------------------------- paths
 
-ORVEX::IMeshPoint::IPathPoint::IPathPoint(const IMeshPoint* point,
-                                          const IPathPoint* path)
+ORVEX::IMeshPoint::IPathPoint::IPathPoint(const IMeshPoint* point, const IPathPoint* path)
     : fPoint(point), fPath(path) {}
 
 ORVEX::IMeshPoint::IPathPoint::IPathPoint(const IPathPoint& rhs)
@@ -136,10 +133,9 @@ namespace {
 
     template <typename Container>
     bool HoldsStepAt(const Container& steps, const ORVEX::IMeshPoint* point) {
-        return std::find_if(steps.begin(), steps.end(),
-                            [point](const IPathPoint* step) {
-                                return step->GetPoint() == point;
-                            }) != steps.end();
+        return std::find_if(steps.begin(), steps.end(), [point](const IPathPoint* step) {
+                   return step->GetPoint() == point;
+               }) != steps.end();
     }
 
     /// The route that ends with `last`, read backwards from it.
@@ -152,8 +148,8 @@ namespace {
     }
 }
 
-ORVEX::IMeshPoint::PathVector
-ORVEX::IMeshPoint::GetPaths(const IMeshPoint* end, int maxPaths, int maxSteps) const {
+ORVEX::IMeshPoint::PathVector ORVEX::IMeshPoint::GetPaths(const IMeshPoint* end, int maxPaths,
+                                                          int maxSteps) const {
     std::deque<IPathPoint*> toBeChecked;
     std::set<IPathPoint*> pointsChecked;
     std::vector<IPathPoint*> completedPaths;

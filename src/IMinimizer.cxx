@@ -13,7 +13,9 @@ ORVEX::IMinimizerFunc::IMinimizerFunc(int nPar) : fNParameters(nPar) {
 
 ORVEX::IMinimizerFunc::~IMinimizerFunc() {}
 
-int ORVEX::IMinimizerFunc::GetParameterCount() const { return fNParameters; }
+int ORVEX::IMinimizerFunc::GetParameterCount() const {
+    return fNParameters;
+}
 
 double ORVEX::IMinimizerFunc::Initialize(const double* par) {
     return Evaluate(par, 0);
@@ -23,9 +25,13 @@ double ORVEX::IMinimizerFunc::Finalize(const double* par) {
     return Evaluate(par, 0);
 }
 
-void ORVEX::IMinimizerFunc::SetScale(int i, double scale) { fScale.at(i) = scale; }
+void ORVEX::IMinimizerFunc::SetScale(int i, double scale) {
+    fScale.at(i) = scale;
+}
 
-double ORVEX::IMinimizerFunc::GetScale(int i) const { return fScale[i]; }
+double ORVEX::IMinimizerFunc::GetScale(int i) const {
+    return fScale[i];
+}
 
 void ORVEX::IMinimizerFunc::SetParameterName(int i, const char* name) {
     fNames.at(i) = name;
@@ -44,7 +50,9 @@ namespace {
         par[2] = v.Z();
     }
 
-    void Unpack(const double* par, TVector3& v) { v.SetXYZ(par[0], par[1], par[2]); }
+    void Unpack(const double* par, TVector3& v) {
+        v.SetXYZ(par[0], par[1], par[2]);
+    }
 
     void Pack(const TLorentzVector& v, double* par) {
         Pack(v.Vect(), par);
@@ -60,13 +68,17 @@ ORVEX::IMinimizer::IMinimizer(IMinimizerFunc& func) : fFunction(func) {}
 
 ORVEX::IMinimizer::~IMinimizer() {}
 
-ORVEX::IMinimizerFunc& ORVEX::IMinimizer::GetFunction() const { return fFunction; }
+ORVEX::IMinimizerFunc& ORVEX::IMinimizer::GetFunction() const {
+    return fFunction;
+}
 
 // Each overload discards the status of Minimize (GetStatus has it) and
 // copies back whatever it was; an exception from Minimize leaves the
 // caller's values alone.
 
-void ORVEX::IMinimizer::Optimize(int npar, double* par) { Minimize(npar, par); }
+void ORVEX::IMinimizer::Optimize(int npar, double* par) {
+    Minimize(npar, par);
+}
 
 void ORVEX::IMinimizer::Optimize(double& par1) {
     double par[1] = {par1};
@@ -121,15 +133,21 @@ void ORVEX::IMinimizer::Optimize(TLorentzVector& par1, TVector3& par2) {
     Unpack(par + 4, par2);
 }
 
-double ORVEX::IMinimizer::GetCovariance(int, int) const { return 0.0; }
+double ORVEX::IMinimizer::GetCovariance(int, int) const {
+    return 0.0;
+}
 
 void ORVEX::IMinimizer::FixParameter(int) {}
 
-double ORVEX::IMinimizer::GetPrecision() const { return -1.0; }
+double ORVEX::IMinimizer::GetPrecision() const {
+    return -1.0;
+}
 
 void ORVEX::IMinimizer::SetPrecision(double) {}
 
-int ORVEX::IMinimizer::GetIterations() const { return 0; }
+int ORVEX::IMinimizer::GetIterations() const {
+    return 0;
+}
 
 void ORVEX::IMinimizer::SetMaxIterations(int) {}
 
@@ -160,9 +178,13 @@ int ORVEX::IMinuitEngine::Minimize(int nPar, double* par) {
     return fStatus;
 }
 
-double ORVEX::IMinuitEngine::GetMinimum() const { return fMinimum; }
+double ORVEX::IMinuitEngine::GetMinimum() const {
+    return fMinimum;
+}
 
-int ORVEX::IMinuitEngine::GetStatus() const { return fStatus; }
+int ORVEX::IMinuitEngine::GetStatus() const {
+    return fStatus;
+}
 
 double ORVEX::IMinuitEngine::GetParameter(int i) const {
     double value = 0.0;
@@ -186,8 +208,7 @@ void ORVEX::IMinuitEngine::SetPrecision(double accuracy) {
     TMinuit::mnexcm("SET ERR", arglist, 1, ierr);
 }
 
-Int_t ORVEX::IMinuitEngine::Eval(Int_t, Double_t*, Double_t& fval, Double_t* par,
-                                 Int_t) {
+Int_t ORVEX::IMinuitEngine::Eval(Int_t, Double_t*, Double_t& fval, Double_t* par, Int_t) {
     fval = fFunction.Evaluate(par, 0);
     return 0;
 }

@@ -161,8 +161,7 @@ public:
     using TMinuit::GetParameter;
 
     /// Minuit's call-back: every evaluation is a plain Evaluate.
-    Int_t Eval(Int_t npar, Double_t* grad, Double_t& fval, Double_t* par,
-               Int_t flag) override;
+    Int_t Eval(Int_t npar, Double_t* grad, Double_t& fval, Double_t* par, Int_t flag) override;
     /// Sets Minuit's print level; always returns 0.
     Int_t SetPrintLevel(Int_t printLevel = 0) override;
 

@@ -33,11 +33,12 @@ namespace {
 
     // The value first and the element second, as std::upper_bound calls
     // it: true for the elements whose cumulative weight exceeds the value.
-    bool ValueComparator(double v, const ActiveState& a) { return a.fWeight > v; }
+    bool ValueComparator(double v, const ActiveState& a) {
+        return a.fWeight > v;
+    }
 }
 
-ORVEX::IParticleFilter::IParticleFilter()
-    : fFilterOpen(true), fResamplingThreshold(0.5) {}
+ORVEX::IParticleFilter::IParticleFilter() : fFilterOpen(true), fResamplingThreshold(0.5) {}
 
 // No state deletes its predecessor, so each owned state goes exactly once.
 ORVEX::IParticleFilter::~IParticleFilter() {
@@ -52,7 +53,8 @@ void ORVEX::IParticleFilter::AddState(IParticleState* state, double weight) {
     fOwned.insert(state);
     fActive.push_back(ActiveState{weight, state});
     if (state->GetProbability() <= 0.0) {
-        ORVEXError("ORVEX::IParticleFilter::AddState:" << " Uninitialized probability");
+        ORVEXError("ORVEX::IParticleFilter::AddState:"
+                   << " Uninitialized probability");
         throw EBadProbability();
     }
 }
@@ -139,8 +141,7 @@ void ORVEX::IParticleFilter::GarbageCollection() {
             state->SetReachable(true);
         }
     }
-    for (std::set<IParticleState*>::iterator owned = fOwned.begin();
-         owned != fOwned.end();) {
+    for (std::set<IParticleState*>::iterator owned = fOwned.begin(); owned != fOwned.end();) {
         IParticleState* state = *owned;
         ++owned;
         if (state->GetReachable()) continue;

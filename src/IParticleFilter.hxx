@@ -70,7 +70,7 @@ public:
     struct ActiveState {
         /// The particle's weight.
         double fWeight;
-        IParticleState* fState;   ///< not owned by the particle
+        IParticleState* fState;  ///< not owned by the particle
     };
     /// The particles of the filter.
     typedef std::vector<ActiveState> Cloud;

@@ -4,4 +4,6 @@ ORVEX::ISimplexMinimizer::ISimplexMinimizer(IMinimizerFunc& func) : IMinuitEngin
 
 ORVEX::ISimplexMinimizer::~ISimplexMinimizer() {}
 
-const char* ORVEX::ISimplexMinimizer::MinuitCommand() const { return "SIMPLEX"; }
+const char* ORVEX::ISimplexMinimizer::MinuitCommand() const {
+    return "SIMPLEX";
+}

@@ -54,9 +54,10 @@ ORVEX::ITrajectoryTracker::ITrajectoryTracker() {
     }
     // The promise of a charge of 1.0 is not kept: G4Track gives up at once
     // without a table.  The text is kept as users of the log know it.
-    ORVEXWarn(" I failed to find the list of PDG codes stored in pdg_table.txt"
-              " - it should be under ROOTSYS somewhere. I will assume all MC"
-              " particles have charge 1.0.");
+    ORVEXWarn(
+        " I failed to find the list of PDG codes stored in pdg_table.txt"
+        " - it should be under ROOTSYS somewhere. I will assume all MC"
+        " particles have charge 1.0.");
     fFoundPDG = false;
 }
 
@@ -65,8 +66,7 @@ bool ORVEX::ITrajectoryTracker::FileExists(TString TstrFilename) {
     return stat(TstrFilename.Data(), &fileInfo) == 0;
 }
 
-void ORVEX::ITrajectoryTracker::StepHelix(TVector3& position, TVector3& momentum,
-                                          double charge) {
+void ORVEX::ITrajectoryTracker::StepHelix(TVector3& position, TVector3& momentum, double charge) {
     const double step = 1.0;
     TVector3 BField = Bman().GetFieldValue(position) * FieldScale;
 
@@ -82,13 +82,15 @@ void ORVEX::ITrajectoryTracker::StepHelix(TVector3& position, TVector3& momentum
     TVector3 pB = LabToB * momentum;
 
     float signOfCharge = 0;
-    if (charge > 0) signOfCharge = 1;
-    else if (charge < 0) signOfCharge = -1;
+    if (charge > 0)
+        signOfCharge = 1;
+    else if (charge < 0)
+        signOfCharge = -1;
 
     // Azimuth of the vector from the helix axis to the particle.
     double phi = pB.Phi() + signOfCharge * 1.5707963267948966;
     double pt = pB.Mag() * sinl;
-    double R = pt / (0.3 * BField.Mag());   // mm, for MeV/c and tesla
+    double R = pt / (0.3 * BField.Mag());  // mm, for MeV/c and tesla
     double dr = step * std::fabs(sinl);
     double dphi = signOfCharge * dr / R;
 
@@ -109,11 +111,9 @@ void ORVEX::ITrajectoryTracker::StepHelix(TVector3& position, TVector3& momentum
     position = position + RdiffLab;
 }
 
-int ORVEX::ITrajectoryTracker::TrackParticle(TVector3 StartPosition,
-                                             TVector3 EndPosition,
+int ORVEX::ITrajectoryTracker::TrackParticle(TVector3 StartPosition, TVector3 EndPosition,
                                              TVector3 momentum, double charge,
-                                             std::vector<TVector3>& points,
-                                             int nPointStart) {
+                                             std::vector<TVector3>& points, int nPointStart) {
     TVector3 InitialMomentum = momentum;
     // Callers are asked for both entries; a chain of short paths (as in
     // G4Track) can reach the end of the vector, so they are made sure of.
@@ -164,8 +164,7 @@ int ORVEX::ITrajectoryTracker::TrackParticle(TVector3 StartPosition,
             position += delta;
             straightLength += delta.Mag();
             imStraightAsADie = true;
-        }
-        else {
+        } else {
             StepHelix(position, momentum, charge);
             nstraight = 0;
             fieldAlwaysZero = false;
@@ -199,8 +198,8 @@ int ORVEX::ITrajectoryTracker::TrackParticle(TVector3 StartPosition,
         if (ntries < 10000000) {
             ntries += 1;
             oldProximityXYZ = proximityXYZ;
-        }
-        else break;
+        } else
+            break;
     }
 
     // The first pass overwrote points[nPointStart], so a straight path is
@@ -238,21 +237,20 @@ int ORVEX::ITrajectoryTracker::TrackParticle(TVector3 StartPosition,
         return nPoints;
     }
 
-    ORVEXWarn("ORVEX::TrajectoryTracker::TrackParticle:" << std::endl
-              << " Failed to track helix from position "
-              << StartPosition.X() << " " << StartPosition.Y() << " "
-              << StartPosition.Z() << " "
-              << " to " << EndPosition.X() << " " << EndPosition.Y() << " "
-              << EndPosition.Z() << "."
-              << " with initial momentum " << InitialMomentum.X() << " "
-              << InitialMomentum.Y() << " " << InitialMomentum.Z() << std::endl
+    ORVEXWarn("ORVEX::TrajectoryTracker::TrackParticle:"
+              << std::endl
+              << " Failed to track helix from position " << StartPosition.X() << " "
+              << StartPosition.Y() << " " << StartPosition.Z() << " "
+              << " to " << EndPosition.X() << " " << EndPosition.Y() << " " << EndPosition.Z()
+              << "."
+              << " with initial momentum " << InitialMomentum.X() << " " << InitialMomentum.Y()
+              << " " << InitialMomentum.Z() << std::endl
               << " The closest approach was " << Closest << "mm." << std::endl);
     points[nPointStart + 1] = EndPosition;
     return 2;
 }
 
-int ORVEX::ITrajectoryTracker::G4Track(IG4Trajectory& trajectory,
-                                       std::vector<TVector3>& points) {
+int ORVEX::ITrajectoryTracker::G4Track(IG4Trajectory& trajectory, std::vector<TVector3>& points) {
     int parcode = trajectory.GetPDGEncoding();
     IG4Trajectory::Points trajpvect = trajectory.GetTrajectoryPoints();
     if (!fFoundPDG) return 0;
@@ -271,8 +269,7 @@ int ORVEX::ITrajectoryTracker::G4Track(IG4Trajectory& trajectory,
     for (const IG4TrajectoryPoint& trackPoint : trajpvect) {
         EndPosition = trackPoint.GetPosition().Vect();
         if (!first && charge != 0) {
-            nPoint += TrackParticle(StartPosition, EndPosition, momentum, charge,
-                                    points, nPoint);
+            nPoint += TrackParticle(StartPosition, EndPosition, momentum, charge, points, nPoint);
         }
         if (!first && charge == 0) {
             // Grown by a block when the new entry reaches the end, so that

@@ -34,9 +34,8 @@ public:
     /// writes the path from points[nPointStart] on; returns the number of
     /// entries that belong to it.  `points` must already hold entries at
     /// nPointStart and nPointStart + 1, and grows in blocks of 1000.
-    int TrackParticle(TVector3 StartPosition, TVector3 EndPosition,
-                      TVector3 momentum, double charge,
-                      std::vector<TVector3>& points, int nPointStart);
+    int TrackParticle(TVector3 StartPosition, TVector3 EndPosition, TVector3 momentum,
+                      double charge, std::vector<TVector3>& points, int nPointStart);
 
     /// One exact helix move of 1 mm of path in the field at `position`,
     /// treated as uniform.  Only the sign of `charge` is used.  There is no

@@ -7,7 +7,9 @@ ClassImp(ORVEX::IovUtility_version);
 
 ORVEX::IovUtility_version* ORVEX::IovUtility_version::fThis = NULL;
 
-ORVEX::IovUtility_version::IovUtility_version() { fThis = Get(); }
+ORVEX::IovUtility_version::IovUtility_version() {
+    fThis = Get();
+}
 
 ORVEX::IovUtility_version::~IovUtility_version() {}
 
@@ -23,13 +25,17 @@ ORVEX::IovUtility_version* ORVEX::IovUtility_version::Get() {
     return fThis;
 }
 
-const char* ORVEX::IovUtility_version::GetName() const { return "ovUtility"; }
+const char* ORVEX::IovUtility_version::GetName() const {
+    return "ovUtility";
+}
 
 void ORVEX::IovUtility_version::Initialize() {
     IOVDatabase::Get().PackageSet().insert(fThis);
 }
 
-const char* ORVEX::IovUtility_version::GetVersion() const { return "v999"; }
+const char* ORVEX::IovUtility_version::GetVersion() const {
+    return "v999";
+}
 
 const char* ORVEX::IovUtility_version::GetCompilationDate() const {
     return OVUTILITY_COMPILATION_DATE;

@@ -2,5 +2,5 @@
 #pragma link off all globals;
 #pragma link off all classes;
 #pragma link off all functions;
-#pragma link C++ class ORVEX::IovUtility_version+;
+#pragma link C++ class ORVEX::IovUtility_version + ;
 #endif

@@ -4,4 +4,6 @@ ORVEX::TMinuitMinimizer::TMinuitMinimizer(IMinimizerFunc& func) : IMinuitEngine(
 
 ORVEX::TMinuitMinimizer::~TMinuitMinimizer() {}
 
-const char* ORVEX::TMinuitMinimizer::MinuitCommand() const { return "MIGRAD"; }
+const char* ORVEX::TMinuitMinimizer::MinuitCommand() const {
+    return "MIGRAD";
+}

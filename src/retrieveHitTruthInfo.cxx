@@ -48,8 +48,8 @@ namespace {
     Deposits FromComboHit(const IHandle<IComboHit>& comboHit) {
         Deposits deposits;
         const IHitSelection& members = comboHit->GetHits();
-        for (IHitSelection::const_iterator member = members.begin();
-             member != members.end(); ++member) {
+        for (IHitSelection::const_iterator member = members.begin(); member != members.end();
+             ++member) {
             Deposits constituents = HitTruthInfo::GetHitTruthInfo(*member);
             Append(deposits, constituents);
         }

@@ -78,7 +78,8 @@ namespace reference {
                    std::abs(position.Z()) > 100000.0;
         }
 
-        void Grow(ORVEX::IComboHit& combo, std::list<ORVEX::IHandle<ORVEX::IHit> >& freeList) const {
+        void Grow(ORVEX::IComboHit& combo,
+                  std::list<ORVEX::IHandle<ORVEX::IHit> >& freeList) const {
             ORVEX::IHitSelection::const_iterator member = combo.GetHits().begin();
             while (member != combo.GetHits().end()) {
                 auto candidate = freeList.begin();

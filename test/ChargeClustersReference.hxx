@@ -24,10 +24,10 @@ namespace reference {
         ORVEX::IHitSelection* operator()(const ORVEX::IHitSelection& hits) const {
             ORVEX::IHitSelection* nhits = new ORVEX::IHitSelection(hits.GetName(), "Hit Handles");
             std::list<ORVEX::IHandle<ORVEX::IHit> > freeList(hits.begin(), hits.end());
-            freeList.sort([](const ORVEX::IHandle<ORVEX::IHit>& a,
-                             const ORVEX::IHandle<ORVEX::IHit>& b) {
-                return a->GetCharge() > b->GetCharge() ? 1 : 0;
-            });
+            freeList.sort(
+                [](const ORVEX::IHandle<ORVEX::IHit>& a, const ORVEX::IHandle<ORVEX::IHit>& b) {
+                    return a->GetCharge() > b->GetCharge() ? 1 : 0;
+                });
             std::vector<ORVEX::IComboHit*> comboHits;
             while (!freeList.empty()) {
                 SeedStage(freeList, comboHits);
@@ -44,7 +44,8 @@ namespace reference {
                     std::cout << "##############################################" << std::endl;
                     continue;
                 }
-                nhits->push_back(ORVEX::IHandle<ORVEX::IHit>(ORVEX::IHandle<ORVEX::IComboHit>(combo)));
+                nhits->push_back(
+                    ORVEX::IHandle<ORVEX::IHit>(ORVEX::IHandle<ORVEX::IComboHit>(combo)));
             }
             return nhits;
         }

@@ -135,42 +135,64 @@ namespace comparison {
 
         double Coordinate(double step) {
             switch (fRandom.Integer(60)) {
-            case 0: return std::numeric_limits<double>::quiet_NaN();
-            case 1: return std::numeric_limits<double>::infinity();
-            case 2: return -std::numeric_limits<double>::infinity();
-            case 3: return 100000.0;
-            case 4: return -2e5;
-            case 5: return 1e17;
-            case 6: return fRandom.Uniform(-3, 3);
-            default: return step * (static_cast<int>(fRandom.Integer(13)) - 6);
+            case 0:
+                return std::numeric_limits<double>::quiet_NaN();
+            case 1:
+                return std::numeric_limits<double>::infinity();
+            case 2:
+                return -std::numeric_limits<double>::infinity();
+            case 3:
+                return 100000.0;
+            case 4:
+                return -2e5;
+            case 5:
+                return 1e17;
+            case 6:
+                return fRandom.Uniform(-3, 3);
+            default:
+                return step * (static_cast<int>(fRandom.Integer(13)) - 6);
             }
         }
 
         double Charge() {
             switch (fRandom.Integer(50)) {
-            case 0: return std::numeric_limits<double>::quiet_NaN();
-            case 1: return std::numeric_limits<double>::infinity();
-            case 2: return 12.0;  // 1.2 times 10
-            case 3: return fRandom.Uniform(0, 10);
-            default: return static_cast<int>(fRandom.Integer(12)) - 2.0;
+            case 0:
+                return std::numeric_limits<double>::quiet_NaN();
+            case 1:
+                return std::numeric_limits<double>::infinity();
+            case 2:
+                return 12.0;  // 1.2 times 10
+            case 3:
+                return fRandom.Uniform(0, 10);
+            default:
+                return static_cast<int>(fRandom.Integer(12)) - 2.0;
             }
         }
 
         double Gap() {
             switch (fRandom.Integer(30)) {
-            case 0: return 0.0;
-            case 1: return -1.0;
-            case 2: return 1e-300;
-            case 3: return std::numeric_limits<double>::quiet_NaN();
-            case 4: return std::numeric_limits<double>::infinity();
-            case 5: return 1e6;
-            default: return 0.5 * fRandom.Integer(5);
+            case 0:
+                return 0.0;
+            case 1:
+                return -1.0;
+            case 2:
+                return 1e-300;
+            case 3:
+                return std::numeric_limits<double>::quiet_NaN();
+            case 4:
+                return std::numeric_limits<double>::infinity();
+            case 5:
+                return 1e6;
+            default:
+                return 0.5 * fRandom.Integer(5);
             }
         }
 
         /// Mostly small events; now and then a larger one so that clusters
         /// grow long and many cells are in use.
-        int Size() { return fRandom.Integer(50) == 0 ? 40 + fRandom.Integer(60) : fRandom.Integer(30); }
+        int Size() {
+            return fRandom.Integer(50) == 0 ? 40 + fRandom.Integer(60) : fRandom.Integer(30);
+        }
 
         /// An input of `n` hits; now and then a null handle among them.
         ORVEX::IHitSelection Hits(int n) {

@@ -15,7 +15,9 @@ namespace reference {
     class LiteralDensityCluster {
     public:
         LiteralDensityCluster(unsigned int MinPts, double epsilon)
-            : fMinClusterSize(1), fMinPoints(MinPts), fMinDistance(epsilon),
+            : fMinClusterSize(1),
+              fMinPoints(MinPts),
+              fMinDistance(epsilon),
               fRemainingHits("hits", "Hit Handles") {}
 
         void SetMinClusterSize(unsigned int size) { fMinClusterSize = size; }

@@ -45,14 +45,12 @@ namespace HoughReference {
         std::list<Point*>& GetPoints() {
             if (!fSorted) {
                 fSorted = true;
-                fPoints.sort([this](const Point* a, const Point* b) {
-                    return Length(a) < Length(b);
-                });
+                fPoints.sort(
+                    [this](const Point* a, const Point* b) { return Length(a) < Length(b); });
             }
             return fPoints;
         }
-        void RemovePoints(std::list<Point*>::iterator begin,
-                          std::list<Point*>::iterator end) {
+        void RemovePoints(std::list<Point*>::iterator begin, std::list<Point*>::iterator end) {
             for (std::list<Point*>::iterator p = begin; p != end; ++p) {
                 (*p)->fLines.erase(this);
             }
@@ -70,12 +68,13 @@ namespace HoughReference {
         int fAngleOffset, fAngles, fRadiusOffset, fRadii;
         double fAngleSpacing, fLineSpacing, fLineWidth;
 
-        Space(double xmin, double ymin, double xmax, double ymax,
-              double lineWidth, double overSampling, double coherenceLength) {
+        Space(double xmin, double ymin, double xmax, double ymax, double lineWidth,
+              double overSampling, double coherenceLength) {
             fCenterX = (xmax + xmin) / 2;
             fCenterY = (ymax + ymin) / 2;
             std::ostringstream first;
-            first << "HoughLines Space " << "[ " << xmin << " mm -- " << xmax << " mm]"
+            first << "HoughLines Space "
+                  << "[ " << xmin << " mm -- " << xmax << " mm]"
                   << " by [" << ymin << " mm -- " << ymax << " mm]";
             fSummary.push_back(first.str());
             fLineWidth = std::abs(lineWidth);
@@ -97,8 +96,8 @@ namespace HoughReference {
             std::ostringstream second, third;
             second << "    Angular Binning: " << fAngles << " ("
                    << fAngleSpacing / 0.017453292519943295 << " degree)";
-            third << "    Radial Binning:  " << fRadii << " (" << fLineWidth
-                  << " mm wide and" << " " << fLineSpacing << " mm apart)";
+            third << "    Radial Binning:  " << fRadii << " (" << fLineWidth << " mm wide and"
+                  << " " << fLineSpacing << " mm apart)";
             fSummary.push_back(second.str());
             fSummary.push_back(third.str());
             for (int a = 0; a < fAngles; ++a) {
@@ -129,8 +128,8 @@ namespace HoughReference {
         int GetLinesIndex(int angle, int radius) {
             int a = angle + fAngleOffset;
             std::ostringstream angleText;
-            angleText << "GetLinesIndex: Angle out of range " << angle << " "
-                      << fAngles << " " << fAngleOffset;
+            angleText << "GetLinesIndex: Angle out of range " << angle << " " << fAngles << " "
+                      << fAngleOffset;
             if (a < 0) {
                 Report("SEVERE", angleText.str());
                 a = 0;
@@ -142,8 +141,8 @@ namespace HoughReference {
             int r = radius + fRadiusOffset;
             if (r < 0) {
                 std::ostringstream text;
-                text << "GetLinesIndex: Radius out of range " << radius << " "
-                     << fRadii << " " << fRadiusOffset;
+                text << "GetLinesIndex: Radius out of range " << radius << " " << fRadii << " "
+                     << fRadiusOffset;
                 Report("SEVERE", text.str());
                 r = 0;
             }
@@ -219,9 +218,7 @@ namespace HoughReference {
         }
 
         void RemoveShared(double threshold) {
-            auto lighter = [](const Line* a, const Line* b) {
-                return a->Weight() < b->Weight();
-            };
+            auto lighter = [](const Line* a, const Line* b) { return a->Weight() < b->Weight(); };
             std::vector<Line*> sortedLines;
             for (Line& line : fLines) {
                 std::list<Point*>& points = line.GetPoints();

@@ -230,10 +230,10 @@ TEST(Subtract, RemovesEveryOverlapStablyAndLeavesOtherAlone) {
     IHitSelection other = Selection({Combo({b}), d});
     std::vector<TObject*> otherBefore = Objects(other);
     hits::Subtract(hits, other);
-    EXPECT_EQ(Objects(hits),
-              (std::vector<TObject*>{e.GetPointerValue(), a.GetPointerValue(), c.GetPointerValue()}));
+    EXPECT_EQ(Objects(hits), (std::vector<TObject*>{e.GetPointerValue(), a.GetPointerValue(),
+                                                    c.GetPointerValue()}));
     EXPECT_EQ(Objects(other), otherBefore);
-    EXPECT_EQ(d.GetReferenceCount(), 2);   // d and other's copy
+    EXPECT_EQ(d.GetReferenceCount(), 2);  // d and other's copy
 }
 
 TEST(Subtract, DoesNotDeduplicate) {

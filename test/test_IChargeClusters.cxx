@@ -36,15 +36,13 @@ namespace {
         return IHandle<IHit>(new ISingleHit(id, charge, TVector3(x, y, z)));
     }
 
-    IHitSelection Selection(const std::vector<IHandle<IHit> >& content,
-                            const char* name = "hits") {
+    IHitSelection Selection(const std::vector<IHandle<IHit> >& content, const char* name = "hits") {
         IHitSelection selection(name, "Input hits");
         for (const IHandle<IHit>& hit : content) selection.push_back(hit);
         return selection;
     }
 
-    std::unique_ptr<IHitSelection> Cluster(IChargeClusters& clusterer,
-                                           const IHitSelection& hits) {
+    std::unique_ptr<IHitSelection> Cluster(IChargeClusters& clusterer, const IHitSelection& hits) {
         return std::unique_ptr<IHitSelection>(clusterer(hits));
     }
 
@@ -68,7 +66,7 @@ namespace {
     }
 
     Ids ClusterOnce(double xGap, double yGap, double zGap,
-            const std::vector<IHandle<IHit> >& hits) {
+                    const std::vector<IHandle<IHit> >& hits) {
         IChargeClusters clusterer(xGap, yGap, zGap);
         return ClusterIds(*Cluster(clusterer, Selection(hits)));
     }
@@ -152,11 +150,13 @@ TEST(ChargeClusters, EveryClusterIsAComboHitAlsoWhenItHasOneHit) {
 // ---------------------------------------------------------- charge slope
 
 TEST(ChargeClusters, TenJoinsTwelve) {
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(10, 10.0, 0.0), Hit(12, 12.0, 0.5)}), (Ids{{12, 10}}));
+    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(10, 10.0, 0.0), Hit(12, 12.0, 0.5)}),
+              (Ids{{12, 10}}));
 }
 
 TEST(ChargeClusters, TenAndThirteenJoinSinceTheLargerComesFirst) {
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(10, 10.0, 0.0), Hit(13, 13.0, 0.5)}), (Ids{{13, 10}}));
+    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(10, 10.0, 0.0), Hit(13, 13.0, 0.5)}),
+              (Ids{{13, 10}}));
 }
 
 TEST(ChargeClusters, ChainThirteenFiveSevenStopsAtTheSlope) {
@@ -174,14 +174,16 @@ TEST(ChargeClusters, ChainThirteenFiveSevenJoinsWhenTheSevenIsInTheBoxOfTheThirt
 TEST(ChargeClusters, ChargeOfExactlyTheSlopeTimesTheMemberPasses) {
     // 20 at 0 takes the 10 at 1; the 12 at 2 is out of the 20's box and
     // joins through the 10, 12 being exactly 1.2 times 10.
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(20, 20.0, 0.0), Hit(10, 10.0, 1.0), Hit(12, 12.0, 2.0)}),
-              (Ids{{20, 10, 12}}));
+    EXPECT_EQ(
+        ClusterOnce(1.0, 1.0, 1.0, {Hit(20, 20.0, 0.0), Hit(10, 10.0, 1.0), Hit(12, 12.0, 2.0)}),
+        (Ids{{20, 10, 12}}));
 }
 
 TEST(ChargeClusters, ChargeJustAboveTheSlopeTimesTheMemberIsRejected) {
     double above = std::nextafter(12.0, 13.0);
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(20, 20.0, 0.0), Hit(10, 10.0, 1.0), Hit(12, above, 2.0)}),
-              (Ids{{20, 10}, {12}}));
+    EXPECT_EQ(
+        ClusterOnce(1.0, 1.0, 1.0, {Hit(20, 20.0, 0.0), Hit(10, 10.0, 1.0), Hit(12, above, 2.0)}),
+        (Ids{{20, 10}, {12}}));
 }
 
 TEST(ChargeClusters, SmallHitJoinsALargeOneWhateverTheRatio) {
@@ -191,8 +193,9 @@ TEST(ChargeClusters, SmallHitJoinsALargeOneWhateverTheRatio) {
 TEST(ChargeClusters, ChainAcrossTheSlopeGoesUpByAtMostTheFactorEachStep) {
     // 100 at 0 - 50 at 1 - 60 at 2 - 70 at 3: 60 <= 1.2 * 50, but
     // 70 > 1.2 * 50 and 70 <= 1.2 * 60; it joins through the 60.
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(70, 70.0, 3.0), Hit(60, 60.0, 2.0),
-                                  Hit(50, 50.0, 1.0), Hit(100, 100.0, 0.0)}),
+    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0,
+                          {Hit(70, 70.0, 3.0), Hit(60, 60.0, 2.0), Hit(50, 50.0, 1.0),
+                           Hit(100, 100.0, 0.0)}),
               (Ids{{100, 50, 60, 70}}));
 }
 
@@ -201,14 +204,17 @@ TEST(ChargeClusters, ChainAcrossTheSlopeGoesUpByAtMostTheFactorEachStep) {
 TEST(ChargeClusters, HitsExactlyAGapApartJoinOnEachAxis) {
     // Distinct gaps per axis also pin the argument order X, Y, Z.
     EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, 2.5)}), (Ids{{1, 2}}));
-    EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, 0.0, -4.0)}), (Ids{{1, 2}}));
-    EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, 0.0, 0.0, 8.0)}), (Ids{{1, 2}}));
+    EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, 0.0, -4.0)}),
+              (Ids{{1, 2}}));
+    EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, 0.0, 0.0, 8.0)}),
+              (Ids{{1, 2}}));
 }
 
 TEST(ChargeClusters, HitsJustBeyondAGapStayApartOnEachAxis) {
     EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, std::nextafter(2.5, 3.0))}),
               (Ids{{1}, {2}}));
-    EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, 0.0, 4.5)}), (Ids{{1}, {2}}));
+    EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, 0.0, 4.5)}),
+              (Ids{{1}, {2}}));
     EXPECT_EQ(ClusterOnce(2.5, 4.0, 8.0, {Hit(1, 2.0, 0.0), Hit(2, 1.0, 0.0, 0.0, -8.5)}),
               (Ids{{1}, {2}}));
 }
@@ -259,8 +265,8 @@ TEST(ChargeClusters, SeedsBeyondTheRangeAreDroppedSilently) {
 TEST(ChargeClusters, DroppedSeedDoesNotStopSmallerSeeds) {
     // The 9 is out of range and is dropped; the 4 seeds; the 2, at 0.5
     // from the 9, doesn't know about it and joins the 4.
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(2, 2.0, 0.5), Hit(9, 9.0, 0.0, 0.0, 2e5),
-                                  Hit(4, 4.0, 0.0)}),
+    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0,
+                          {Hit(2, 2.0, 0.5), Hit(9, 9.0, 0.0, 0.0, 2e5), Hit(4, 4.0, 0.0)}),
               (Ids{{4, 2}}));
 }
 
@@ -274,8 +280,9 @@ TEST(ChargeClusters, MemberBeyondTheRangeIsTakenIn) {
 // -------------------------------------------------------- order of things
 
 TEST(ChargeClusters, ResultIsInDescendingSeedChargeWithInputOrderAmongEquals) {
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(1, 5.0, 0.0), Hit(2, 9.0, 10.0), Hit(3, 5.0, 20.0),
-                                  Hit(4, 7.0, 30.0), Hit(5, 5.0, 40.0), Hit(6, 9.0, 50.0)}),
+    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0,
+                          {Hit(1, 5.0, 0.0), Hit(2, 9.0, 10.0), Hit(3, 5.0, 20.0),
+                           Hit(4, 7.0, 30.0), Hit(5, 5.0, 40.0), Hit(6, 9.0, 50.0)}),
               (Ids{{2}, {6}, {4}, {1}, {3}, {5}}));
 }
 
@@ -289,18 +296,19 @@ TEST(ChargeClusters, EqualChargesKeepInputOrderAsSeedAndMember) {
 TEST(ChargeClusters, MembersComeInTheOrderOfTheirAdding) {
     // The 50 at 1 joins the seed; the 55 at 2 is out of the seed's box and
     // joins through the 50 afterwards, though its charge is higher.
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 1.0, {Hit(55, 55.0, 2.0), Hit(50, 50.0, 1.0), Hit(100, 100.0, 0.0)}),
-              (Ids{{100, 50, 55}}));
+    EXPECT_EQ(
+        ClusterOnce(1.0, 1.0, 1.0, {Hit(55, 55.0, 2.0), Hit(50, 50.0, 1.0), Hit(100, 100.0, 0.0)}),
+        (Ids{{100, 50, 55}}));
 }
 
 TEST(ChargeClusters, ClusterTakesEverythingReachableThroughAnyMember) {
     // A branching shape on a grid of pitch 1: reachable by steps along X or Y.
-    EXPECT_EQ(ClusterOnce(1.0, 1.0, 0.1, {Hit(1, 10.0, 0.0, 0.0), Hit(2, 9.0, 1.0, 0.0),
-                                  Hit(3, 8.0, 2.0, 0.0), Hit(4, 7.0, 2.0, 1.0),
-                                  Hit(5, 6.0, 2.0, 2.0), Hit(6, 5.0, 3.0, 2.0),
-                                  Hit(7, 4.0, -1.0, 0.0), Hit(8, 3.0, 0.0, 0.0, 0.5),
-                                  Hit(9, 2.0, 5.0, 2.0)}),
-              (Ids{{1, 2, 7, 3, 4, 5, 6}, {8}, {9}}));
+    EXPECT_EQ(
+        ClusterOnce(1.0, 1.0, 0.1,
+                    {Hit(1, 10.0, 0.0, 0.0), Hit(2, 9.0, 1.0, 0.0), Hit(3, 8.0, 2.0, 0.0),
+                     Hit(4, 7.0, 2.0, 1.0), Hit(5, 6.0, 2.0, 2.0), Hit(6, 5.0, 3.0, 2.0),
+                     Hit(7, 4.0, -1.0, 0.0), Hit(8, 3.0, 0.0, 0.0, 0.5), Hit(9, 2.0, 5.0, 2.0)}),
+        (Ids{{1, 2, 7, 3, 4, 5, 6}, {8}, {9}}));
 }
 
 // ------------------------------------------- nothing but charge and position
@@ -375,7 +383,8 @@ namespace {
         return comparison::DescribeSelection(*result, comparison::PlacesOf(input));
     }
 
-    std::string ClusterText(const reference::LiteralChargeClusters& clusterer, const IHitSelection& input) {
+    std::string ClusterText(const reference::LiteralChargeClusters& clusterer,
+                            const IHitSelection& input) {
         std::unique_ptr<IHitSelection> result(clusterer(input));
         return comparison::DescribeSelection(*result, comparison::PlacesOf(input));
     }
@@ -388,8 +397,10 @@ TEST(ChargeClusters, RandomEventsGiveWhatTheLiteralReferenceWalkGives) {
         IHitSelection input = draw.Hits(draw.Size());
         IChargeClusters library(xGap, yGap, zGap);
         reference::LiteralChargeClusters literal(xGap, yGap, zGap);
-        comparison::Observed fast = comparison::Observe([&] { return ClusterText(library, input); });
-        comparison::Observed slow = comparison::Observe([&] { return ClusterText(literal, input); });
+        comparison::Observed fast =
+            comparison::Observe([&] { return ClusterText(library, input); });
+        comparison::Observed slow =
+            comparison::Observe([&] { return ClusterText(literal, input); });
         comparison::ExpectSame(fast, slow, "event " + std::to_string(event));
         if (HasFailure()) break;
     }
@@ -425,8 +436,8 @@ namespace {
 TEST(ChargeClusters, ComboHitOutOfRangeIsReportedAndLeftOut) {
     // Wide gaps on X: the 10 at 0 takes the 10 at 300000, and their combo
     // hit stands at 150000.  The 5 at y = 50 makes a cluster of its own.
-    IHitSelection input = Selection({Hit(3, 10.0, 0.0), Hit(4, 10.0, 300000.0),
-                                     Hit(5, 5.0, 0.0, 50.0)}, "ev");
+    IHitSelection input =
+        Selection({Hit(3, 10.0, 0.0), Hit(4, 10.0, 300000.0), Hit(5, 5.0, 0.0, 50.0)}, "ev");
     IChargeClusters clusterer(1e6, 1.0, 1e6);
     DebugCapture debug;
     testing::internal::CaptureStdout();
@@ -444,11 +455,11 @@ TEST(ChargeClusters, ComboHitOutOfRangeIsReportedAndLeftOut) {
     const std::string number = line.substr(head.size(), line.size() - head.size() - tail.size());
     EXPECT_TRUE(std::regex_match(number, std::regex("[0-9]+"))) << line;
     EXPECT_EQ(out, std::string(kRule) +
-                   "ORVEX::IComboHit id 0 charge 20 at (150000, 0, 0)\n"
-                   " IHitSelection hits (Hit Handles) with 2 hits\n"
-                   "  ORVEX::ISingleHit id 3 charge 10 at (0, 0, 0)\n"
-                   "  ORVEX::ISingleHit id 4 charge 10 at (300000, 0, 0)\n" +
-                   kRule);
+                       "ORVEX::IComboHit id 0 charge 20 at (150000, 0, 0)\n"
+                       " IHitSelection hits (Hit Handles) with 2 hits\n"
+                       "  ORVEX::ISingleHit id 3 charge 10 at (0, 0, 0)\n"
+                       "  ORVEX::ISingleHit id 4 charge 10 at (300000, 0, 0)\n" +
+                       kRule);
     // Its members are lost to the result; clustering went on.
     EXPECT_EQ(ClusterIds(*result), (Ids{{5}}));
     result.reset();
@@ -475,11 +486,11 @@ TEST(ChargeClusters, ReportComesErrorLineFirstThenTheListingBetweenRules) {
     errorEnd += error.size();
     EXPECT_EQ(out.rfind("ERROR: ", 0), 0u) << out;
     EXPECT_EQ(out.substr(errorEnd), std::string(kRule) +
-                   "ORVEX::IComboHit id 0 charge 20 at (150000, 0, 0)\n"
-                   " IHitSelection hits (Hit Handles) with 2 hits\n"
-                   "  ORVEX::ISingleHit id 3 charge 10 at (0, 0, 0)\n"
-                   "  ORVEX::ISingleHit id 4 charge 10 at (300000, 0, 0)\n" +
-                   kRule);
+                                        "ORVEX::IComboHit id 0 charge 20 at (150000, 0, 0)\n"
+                                        " IHitSelection hits (Hit Handles) with 2 hits\n"
+                                        "  ORVEX::ISingleHit id 3 charge 10 at (0, 0, 0)\n"
+                                        "  ORVEX::ISingleHit id 4 charge 10 at (300000, 0, 0)\n" +
+                                        kRule);
     EXPECT_TRUE(result->empty());
 }
 
@@ -557,7 +568,7 @@ namespace {
     // come up often.
     RandomHit DrawHit() {
         RandomHit hit;
-        hit.charge = gRandom->Integer(12) - 2;   // -2 .. 9
+        hit.charge = gRandom->Integer(12) - 2;  // -2 .. 9
         hit.x = 0.5 * gRandom->Integer(13);
         hit.y = 0.5 * gRandom->Integer(13);
         hit.z = 0.5 * gRandom->Integer(5);
@@ -635,8 +646,8 @@ TEST(ChargeClusters, RandomEventsKeepTheInvariants) {
         IHitSelection input("random", "Random hits");
         for (std::size_t i = 0; i < hits.size(); ++i) {
             hits[i] = DrawHit();
-            input.push_back(IHandle<IHit>(new ISingleHit(i, hits[i].charge,
-                                          TVector3(hits[i].x, hits[i].y, hits[i].z))));
+            input.push_back(IHandle<IHit>(
+                new ISingleHit(i, hits[i].charge, TVector3(hits[i].x, hits[i].y, hits[i].z))));
         }
         IChargeClusters clusterer(gap[0], gap[1], gap[2]);
         std::unique_ptr<IHitSelection> result(clusterer(input));

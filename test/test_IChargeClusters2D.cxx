@@ -30,15 +30,13 @@ namespace {
         return IHandle<IHit>(new ISingleHit(id, charge, TVector3(x, y, z)));
     }
 
-    IHitSelection Selection(const std::vector<IHandle<IHit> >& content,
-                            const char* name = "hits") {
+    IHitSelection Selection(const std::vector<IHandle<IHit> >& content, const char* name = "hits") {
         IHitSelection selection(name, "Hit Handles");
         for (const IHandle<IHit>& hit : content) selection.push_back(hit);
         return selection;
     }
 
-    std::unique_ptr<IHitSelection> Apply(IChargeClusters2D& clusterer,
-                                       const IHitSelection& hits) {
+    std::unique_ptr<IHitSelection> Apply(IChargeClusters2D& clusterer, const IHitSelection& hits) {
         return std::unique_ptr<IHitSelection>(clusterer(hits));
     }
 
@@ -85,8 +83,7 @@ namespace {
     // members, so a count of zero also shows that no combo was finished.
     class ProbeHit : public ISingleHit {
     public:
-        ProbeHit(double charge, const TVector3& position)
-            : ISingleHit(7, charge, position) {}
+        ProbeHit(double charge, const TVector3& position) : ISingleHit(7, charge, position) {}
         mutable int fOtherReads = 0;
         IGeometryId GetGeomId() const override { return Count(ISingleHit::GetGeomId()); }
         bool MeasuresX() const override { return Count(ISingleHit::MeasuresX()); }
@@ -98,7 +95,8 @@ namespace {
         }
 
     private:
-        template <typename T> T Count(T value) const {
+        template <typename T>
+        T Count(T value) const {
             ++fOtherReads;
             return value;
         }
@@ -158,10 +156,8 @@ TEST_F(ChargeClusters2D, NegativeChargeSeedIsDroppedSilently) {
 
 TEST_F(ChargeClusters2D, SeedOutOfRangeIsDroppedAndExactlyAtRangeIsAccepted) {
     IChargeClusters2D clusterer(1.0, 1.0, 1.0, kAlongZ);
-    IHitSelection input = Selection({Hit(1.0, 100000.0, 0.0, 0.0),
-                                     Hit(1.0, 0.0, -100000.0, 10.0),
-                                     Hit(1.0, 0.0, 0.0, 100000.0),
-                                     Hit(1.0, 100000.5, 0.0, 20.0),
+    IHitSelection input = Selection({Hit(1.0, 100000.0, 0.0, 0.0), Hit(1.0, 0.0, -100000.0, 10.0),
+                                     Hit(1.0, 0.0, 0.0, 100000.0), Hit(1.0, 100000.5, 0.0, 20.0),
                                      Hit(1.0, 0.0, -100000.5, 30.0)});
     // By Z: 0, 1, 3, 4, 2; hits 3 and 4 lie beyond the range.
     EXPECT_EQ(Cluster(clusterer, input), "[0] [1] [2]");
@@ -234,8 +230,8 @@ TEST_F(ChargeClusters2D, MaxHitsZeroReturnsEveryClusterAsItsSingleHitsWithoutFin
 }
 
 TEST_F(ChargeClusters2D, MaxHitsMinusOneIsReadAsTheLargestUnsignedLimit) {
-    IHitSelection input = Selection({Hit(3.0, 0.0, 0.0, 0.0), Hit(2.0, 0.5, 0.0, 0.0),
-                                     Hit(1.0, 1.0, 0.0, 0.0)});
+    IHitSelection input =
+        Selection({Hit(3.0, 0.0, 0.0, 0.0), Hit(2.0, 0.5, 0.0, 0.0), Hit(1.0, 1.0, 0.0, 0.0)});
     IChargeClusters2D clusterer(1.0, 1.0, 1.0, kAlongZ);
     clusterer.SetMaxHitsToCluster(-1);  // 4294967295: no cluster is too large
     EXPECT_EQ(Cluster(clusterer, input), "[0 1 2]");
@@ -245,8 +241,8 @@ TEST_F(ChargeClusters2D, MaxHitsMinusOneIsReadAsTheLargestUnsignedLimit) {
 
 TEST_F(ChargeClusters2D, ClusterOfExactlyTheLimitIsCombinedAndOneMoreIsNot) {
     IHitSelection pair = Selection({Hit(3.0, 0.0, 0.0, 0.0), Hit(2.0, 0.5, 0.0, 0.0)});
-    IHitSelection triple = Selection({Hit(3.0, 0.0, 0.0, 0.0), Hit(2.0, 0.5, 0.0, 0.0),
-                                      Hit(1.0, 1.0, 0.0, 0.0)});
+    IHitSelection triple =
+        Selection({Hit(3.0, 0.0, 0.0, 0.0), Hit(2.0, 0.5, 0.0, 0.0), Hit(1.0, 1.0, 0.0, 0.0)});
     IChargeClusters2D clusterer(1.0, 1.0, 1.0, kAlongZ);
     clusterer.SetMaxHitsToCluster(2);
     EXPECT_EQ(Cluster(clusterer, pair), "[0 1]");
@@ -356,9 +352,9 @@ TEST_F(ChargeClusters2D, NormalAlongMinusYGivesNullInPlaneAxes) {
 TEST_F(ChargeClusters2D, FreeListRunsUpwardAlongTheNormalAndByChargeInsidePrec) {
     IChargeClusters2D clusterer(0.1, 0.1, 0.5, kAlongZ);
     // No two hits can join (in-plane gaps 0.1): the result is the seed order.
-    IHitSelection input = Selection({Hit(1.0, 0, 0, 20.0), Hit(1.0, 0, 0, 10.0),
-                                     Hit(2.0, 1, 0, 20.2), Hit(3.0, 2, 0, 19.9),
-                                     Hit(1.0, 0, 0, -5.0)});
+    IHitSelection input =
+        Selection({Hit(1.0, 0, 0, 20.0), Hit(1.0, 0, 0, 10.0), Hit(2.0, 1, 0, 20.2),
+                   Hit(3.0, 2, 0, 19.9), Hit(1.0, 0, 0, -5.0)});
     EXPECT_EQ(Cluster(clusterer, input), "[4] [1] [3] [2] [0]");
 }
 
@@ -374,15 +370,15 @@ TEST_F(ChargeClusters2D, ZeroPrecOrdersByThePlaneCoordinateAlone) {
     IChargeClusters2D clusterer(1.0, 1.0, 0.0, kAlongZ);
     // Equal plane coordinates: the comparator says neither is first, so the
     // input order stands whatever the charges, and the small hit is the seed.
-    IHitSelection input = Selection({Hit(1.0, 0, 0, 3.0), Hit(9.0, 0.5, 0, 3.0),
-                                     Hit(5.0, 0, 0, 2.0)});
+    IHitSelection input =
+        Selection({Hit(1.0, 0, 0, 3.0), Hit(9.0, 0.5, 0, 3.0), Hit(5.0, 0, 0, 2.0)});
     EXPECT_EQ(Cluster(clusterer, input), "[2] [0 1]");
 }
 
 TEST_F(ChargeClusters2D, ZeroPrecBandHoldsOnlyEqualPlaneCoordinates) {
     IChargeClusters2D clusterer(1.0, 1.0, 0.0, kAlongZ);
-    IHitSelection input = Selection({Hit(1.0, 0, 0, 3.0), Hit(1.0, 0.5, 0, 3.0),
-                                     Hit(1.0, 0, 0, 3.0 + 1e-9)});
+    IHitSelection input =
+        Selection({Hit(1.0, 0, 0, 3.0), Hit(1.0, 0.5, 0, 3.0), Hit(1.0, 0, 0, 3.0 + 1e-9)});
     EXPECT_EQ(Cluster(clusterer, input), "[0 1] [2]");
 }
 
@@ -404,8 +400,8 @@ TEST_F(ChargeClusters2D, HitsExactlyPrecApartAreOrderedLowerFirstAndStillJoin) {
 // seed, B joins it, A is below C's band but joins through B.
 TEST_F(ChargeClusters2D, NonTransitivePlaneOrderComesFromTheListMergeSort) {
     IChargeClusters2D clusterer(1.0, 1.0, 1.0, kAlongZ);
-    IHitSelection input = Selection({Hit(1.0, 0, 0, 0.0), Hit(5.0, 0, 0, 0.8),
-                                     Hit(10.0, 0, 0, 1.6)});
+    IHitSelection input =
+        Selection({Hit(1.0, 0, 0, 0.0), Hit(5.0, 0, 0, 0.8), Hit(10.0, 0, 0, 1.6)});
     EXPECT_EQ(Cluster(clusterer, input), "[2 1 0]");
 }
 
@@ -418,8 +414,8 @@ TEST_F(ChargeClusters2D, NonTransitivePlaneOrderComesFromTheListMergeSort) {
 // give one cluster of all three.
 TEST_F(ChargeClusters2D, ListMergeSortDecidesTheSeedOrder) {
     IChargeClusters2D clusterer(1.0, 1.0, 1.0, kAlongZ);
-    IHitSelection input = Selection({Hit(3.0, 0, 0, 1.2), Hit(2.0, 0, 0, 0.6),
-                                     Hit(1.0, 0, 0, 0.0)});
+    IHitSelection input =
+        Selection({Hit(3.0, 0, 0, 1.2), Hit(2.0, 0, 0, 0.6), Hit(1.0, 0, 0, 0.0)});
     EXPECT_EQ(Cluster(clusterer, input), "[2 1] [0]");
 }
 
@@ -442,8 +438,7 @@ TEST_F(ChargeClusters2D, ValuesOnEveryLimitPass) {
 TEST_F(ChargeClusters2D, DefaultChargeRatioIsTenThousand) {
     IChargeClusters2D clusterer(1.0, 1.0, 0.5, kAlongZ);
     // The candidate lies exactly prec above, so the seed is the small hit.
-    EXPECT_EQ(Cluster(clusterer, Selection({Hit(1.0, 0, 0, 0), Hit(10000.0, 0, 0, 0.5)})),
-              "[0 1]");
+    EXPECT_EQ(Cluster(clusterer, Selection({Hit(1.0, 0, 0, 0), Hit(10000.0, 0, 0, 0.5)})), "[0 1]");
     EXPECT_EQ(Cluster(clusterer, Selection({Hit(1.0, 0, 0, 0), Hit(10000.5, 0, 0, 0.5)})),
               "[0] [1]");
 }
@@ -452,11 +447,9 @@ TEST_F(ChargeClusters2D, ChargeTestIsOneSided) {
     IChargeClusters2D clusterer(1.0, 1.0, 0.5, kAlongZ);
     clusterer.SetChargeRatioCut(2.0);
     // A much smaller hit joins a large one ...
-    EXPECT_EQ(Cluster(clusterer, Selection({Hit(10.0, 0, 0, 0), Hit(0.001, 0, 0, 0.5)})),
-              "[0 1]");
+    EXPECT_EQ(Cluster(clusterer, Selection({Hit(10.0, 0, 0, 0), Hit(0.001, 0, 0, 0.5)})), "[0 1]");
     // ... a larger one joins a small one only up to the ratio.
-    EXPECT_EQ(Cluster(clusterer, Selection({Hit(1.0, 0, 0, 0), Hit(2.5, 0, 0, 0.5)})),
-              "[0] [1]");
+    EXPECT_EQ(Cluster(clusterer, Selection({Hit(1.0, 0, 0, 0), Hit(2.5, 0, 0, 0.5)})), "[0] [1]");
 }
 
 // Members at 0, 0.8, 1.6 and 2.4 along the normal with prec 1: each is
@@ -464,8 +457,8 @@ TEST_F(ChargeClusters2D, ChargeTestIsOneSided) {
 // the last lies 2.4 above the seed.
 TEST_F(ChargeClusters2D, BandIsMeasuredFromTheMemberSoAChainCreepsAlongTheNormal) {
     IChargeClusters2D clusterer(1.0, 1.0, 1.0, kAlongZ);
-    IHitSelection input = Selection({Hit(1.0, 0, 0, 0.0), Hit(1.0, 0, 0, 0.8),
-                                     Hit(1.0, 0, 0, 1.6), Hit(1.0, 0, 0, 2.4)});
+    IHitSelection input = Selection(
+        {Hit(1.0, 0, 0, 0.0), Hit(1.0, 0, 0, 0.8), Hit(1.0, 0, 0, 1.6), Hit(1.0, 0, 0, 2.4)});
     EXPECT_EQ(Cluster(clusterer, input), "[0 1 2 3]");
 }
 
@@ -473,8 +466,8 @@ TEST_F(ChargeClusters2D, InPlaneChainJoinsThroughLaterMembers) {
     IChargeClusters2D clusterer(1.5, 1.5, 0.5, kAlongZ);
     // One plane, so the list is by descending charge: 0, 1, 2.  Hit 1 is
     // 2.4 from the seed but 1.2 from hit 2, which joins first.
-    IHitSelection input = Selection({Hit(5.0, 0.0, 0, 0), Hit(4.0, 2.4, 0, 0),
-                                     Hit(3.0, 1.2, 0, 0)});
+    IHitSelection input =
+        Selection({Hit(5.0, 0.0, 0, 0), Hit(4.0, 2.4, 0, 0), Hit(3.0, 1.2, 0, 0)});
     EXPECT_EQ(Cluster(clusterer, input), "[0 2 1]");
 }
 
@@ -546,8 +539,8 @@ TEST_F(ChargeClusters2D, BandIsTestedBeforeCharge) {
 // alone; X is the next seed, and S, walked again first, now reaches Y.
 TEST_F(ChargeClusters2D, OldComboHitsAreWalkedAgainInEveryGrowthStage) {
     IChargeClusters2D clusterer(1.0, 1.0, 1.0, kAlongZ);
-    IHitSelection input = Selection({Hit(5.0, 0, 0, 0.0), Hit(10.0, 0, 0, 1.5),
-                                     Hit(1.0, 0, 0, 0.9)});
+    IHitSelection input =
+        Selection({Hit(5.0, 0, 0, 0.0), Hit(10.0, 0, 0, 1.5), Hit(1.0, 0, 0, 0.9)});
     EXPECT_EQ(Cluster(clusterer, input), "[0 2] [1]");
 }
 
@@ -564,9 +557,9 @@ TEST_F(ChargeClusters2D, MemberCursorGoesBackToTheFirstMemberAfterAnAddition) {
 
 TEST_F(ChargeClusters2D, ResultOrderIsTheOrderOfTheSeeds) {
     IChargeClusters2D clusterer(1.0, 1.0, 0.5, kAlongZ);
-    IHitSelection input = Selection({Hit(1.0, 0, 0, 30.0), Hit(1.0, 0, 0, 10.0),
-                                     Hit(8.0, 0, 0, 20.0), Hit(9.0, 0.5, 0, 20.0),
-                                     Hit(1.0, 5, 0, 10.0)});
+    IHitSelection input =
+        Selection({Hit(1.0, 0, 0, 30.0), Hit(1.0, 0, 0, 10.0), Hit(8.0, 0, 0, 20.0),
+                   Hit(9.0, 0.5, 0, 20.0), Hit(1.0, 5, 0, 10.0)});
     EXPECT_EQ(Cluster(clusterer, input), "[1] [4] [3 2] [0]");
 }
 
@@ -576,8 +569,8 @@ TEST_F(ChargeClusters2D, ComboHitOutOfRangeIsReportedAndLeftOutOfTheResult) {
     // Null in-plane axes: the seed at x 0 and the hit at x 1000000 join,
     // and their combo hit lies at x 500000.
     IChargeClusters2D clusterer(1.0, 1.0, 0.5, TVector3(0.0, -1.0, 0.0));
-    IHitSelection input = Selection({Hit(1.0, 0.0, 0, 0, 1), Hit(1.0, 1000000.0, 0, 0, 2),
-                                     Hit(1.0, 0.0, 5.0, 0, 3)});
+    IHitSelection input =
+        Selection({Hit(1.0, 0.0, 0, 0, 1), Hit(1.0, 1000000.0, 0, 0, 2), Hit(1.0, 0.0, 5.0, 0, 3)});
     testing::internal::CaptureStdout();
     std::unique_ptr<IHitSelection> result = Apply(clusterer, input);
     std::string out = testing::internal::GetCapturedStdout();
@@ -589,11 +582,11 @@ TEST_F(ChargeClusters2D, ComboHitOutOfRangeIsReportedAndLeftOutOfTheResult) {
     EXPECT_TRUE(std::regex_match(fDebug.str(), line)) << fDebug.str();
     std::string hashes = std::string(kHashes) + "\n";
     EXPECT_EQ(out, hashes +
-                   "ORVEX::IComboHit id 0 charge 2 at (500000, 0, 0)\n"
-                   " IHitSelection hits (Hit Handles) with 2 hits\n"
-                   "  ORVEX::ISingleHit id 1 charge 1 at (0, 0, 0)\n"
-                   "  ORVEX::ISingleHit id 2 charge 1 at (1e+06, 0, 0)\n" +
-                   hashes + hashes);
+                       "ORVEX::IComboHit id 0 charge 2 at (500000, 0, 0)\n"
+                       " IHitSelection hits (Hit Handles) with 2 hits\n"
+                       "  ORVEX::ISingleHit id 1 charge 1 at (0, 0, 0)\n"
+                       "  ORVEX::ISingleHit id 2 charge 1 at (1e+06, 0, 0)\n" +
+                       hashes + hashes);
     // The combo hit was neither returned nor deleted: it still holds its
     // members after the result is gone.
     result.reset();
@@ -766,15 +759,24 @@ namespace {
     // each axis, scaled, near +Y, and oblique.
     TVector3 DrawNormal(TRandom3& random) {
         switch (random.Integer(9)) {
-        case 0: return TVector3(0.0, 0.0, 1.0);
-        case 1: return TVector3(0.0, 1.0, 0.0);
-        case 2: return TVector3(0.0, -1.0, 0.0);
-        case 3: return TVector3(0.0, 0.0, 2.0);
-        case 4: return TVector3(1.0, 0.0, 0.0);
-        case 5: return TVector3(0.0005, 1.0, 0.0);
-        case 6: return TVector3(1.0, 1.0, 0.0);
-        case 7: return TVector3(0.0, 0.0, -1.0);
-        default: return TVector3(random.Gaus(), random.Gaus(), random.Gaus());
+        case 0:
+            return TVector3(0.0, 0.0, 1.0);
+        case 1:
+            return TVector3(0.0, 1.0, 0.0);
+        case 2:
+            return TVector3(0.0, -1.0, 0.0);
+        case 3:
+            return TVector3(0.0, 0.0, 2.0);
+        case 4:
+            return TVector3(1.0, 0.0, 0.0);
+        case 5:
+            return TVector3(0.0005, 1.0, 0.0);
+        case 6:
+            return TVector3(1.0, 1.0, 0.0);
+        case 7:
+            return TVector3(0.0, 0.0, -1.0);
+        default:
+            return TVector3(random.Gaus(), random.Gaus(), random.Gaus());
         }
     }
 
@@ -806,8 +808,10 @@ TEST(ChargeClusters2DReference, RandomEventsGiveWhatTheLiteralWalkGives) {
             library.SetMaxHitsToCluster(limit);
             literal.fMaxHitsToCluster = limit;
         }
-        comparison::Observed fast = comparison::Observe([&] { return ClusterText(library, input); });
-        comparison::Observed slow = comparison::Observe([&] { return ClusterText(literal, input); });
+        comparison::Observed fast =
+            comparison::Observe([&] { return ClusterText(library, input); });
+        comparison::Observed slow =
+            comparison::Observe([&] { return ClusterText(literal, input); });
         comparison::ExpectSame(fast, slow, "event " + std::to_string(event));
         if (HasFailure()) break;
     }

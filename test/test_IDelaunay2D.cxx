@@ -68,8 +68,7 @@ namespace {
             return t;
         }
 
-        IDelaunayTriangle* Make(double x0, double y0, double x1, double y1, double x2,
-                                double y2) {
+        IDelaunayTriangle* Make(double x0, double y0, double x1, double y1, double x2, double y2) {
             return Make(Point(x0, y0), Point(x1, y1), Point(x2, y2));
         }
     };
@@ -77,7 +76,9 @@ namespace {
     typedef std::pair<double, double> XY;
     typedef std::pair<XY, XY> Segment;
 
-    XY Place(const IMeshPoint* p) { return XY(p->X(), p->Y()); }
+    XY Place(const IMeshPoint* p) {
+        return XY(p->X(), p->Y());
+    }
 
     Segment Key(const IMeshEdge* e) {
         XY a = Place(e->GetHead()), b = Place(e->GetTail());
@@ -186,21 +187,18 @@ TEST(IDelaunayTriangleFlag, ReplacingTriangleTakesItsFlagsFromTheTable) {
         int expected;
     };
     const Row table[] = {
-        {0, false, 0, 0},  {0, false, 1, 0},  {0, false, 2, 0},
-        {1, false, 0, 1},  {1, false, 1, 9},  {1, false, 2, 0},
-        {1, true, 0, 9},   {1, true, 1, 0},   {1, true, 2, 1},
-        {2, false, 0, 2},  {2, false, 1, 9},  {2, false, 2, 1},
-        {2, true, 0, 2},   {2, true, 1, 9},   {2, true, 2, 1},
-        {3, false, 0, 2},  {3, false, 1, 2},  {3, false, 2, 2},
-        {4, false, 0, 0},  {4, false, 1, 0},  {5, false, 2, 0},
-        {7, true, 1, 0},
+        {0, false, 0, 0}, {0, false, 1, 0}, {0, false, 2, 0}, {1, false, 0, 1}, {1, false, 1, 9},
+        {1, false, 2, 0}, {1, true, 0, 9},  {1, true, 1, 0},  {1, true, 2, 1},  {2, false, 0, 2},
+        {2, false, 1, 9}, {2, false, 2, 1}, {2, true, 0, 2},  {2, true, 1, 9},  {2, true, 2, 1},
+        {3, false, 0, 2}, {3, false, 1, 2}, {3, false, 2, 2}, {4, false, 0, 0}, {4, false, 1, 0},
+        {5, false, 2, 0}, {7, true, 1, 0},
     };
     Workbench bench;
     for (const Row& row : table) {
         IDelaunayTriangle* f = bench.Make(0, 0, 1, 0, 0, 1);
         f->GetFlag().infinite(row.infinite);
         if (row.lastFinite) f->GetFlag().last_finite();
-        f->GetFlag().Split();   // the split bit is not passed on
+        f->GetFlag().Split();  // the split bit is not passed on
         IDelaunayTriangle* t = new IDelaunayTriangle(&bench.owner, f, bench.Point(5, 5), row.edge);
         EXPECT_EQ(t->GetFlag().GetValue(), row.expected)
             << "infinite " << row.infinite << " last_finite " << row.lastFinite << " edge "
@@ -430,14 +428,14 @@ TEST(IDelaunayTriangle, ClockwiseNeighborAndNeighborIndex) {
     EXPECT_EQ(t->ClockwiseNeighbor(a), 2);
     EXPECT_EQ(t->ClockwiseNeighbor(b), 0);
     EXPECT_EQ(t->ClockwiseNeighbor(c), 1);
-    EXPECT_EQ(t->ClockwiseNeighbor(bench.Point(0, 0)), 1);   // not a corner
+    EXPECT_EQ(t->ClockwiseNeighbor(bench.Point(0, 0)), 1);  // not a corner
     t->SetNeighbor(0, bench.outer[0]);
     t->SetNeighbor(1, bench.outer[1]);
     t->SetNeighbor(2, bench.outer[2]);
     EXPECT_EQ(t->NeighborIndex(bench.outer[0]), 0);
     EXPECT_EQ(t->NeighborIndex(bench.outer[1]), 1);
     EXPECT_EQ(t->NeighborIndex(bench.outer[2]), 2);
-    EXPECT_EQ(t->NeighborIndex(bench.root), 2);               // not a neighbour
+    EXPECT_EQ(t->NeighborIndex(bench.root), 2);  // not a neighbour
 }
 
 TEST(IDelaunayTriangle, StreamShowsTheTriangleAndItsCorners) {
@@ -593,16 +591,14 @@ TEST(IDelaunay2D, SquareDiagonalIsChosenByTheInsertionOrder) {
     {
         IDelaunay2D mesh;
         Triangulate(mesh, {{0, 0}, {1, 0}, {1, 1}, {0, 1}});
-        EXPECT_EQ(EdgePlaces(mesh), (std::set<Segment>{S(0, 0, 1, 0), S(1, 0, 1, 1),
-                                                       S(1, 1, 0, 1), S(0, 1, 0, 0),
-                                                       S(1, 0, 0, 1)}));
+        EXPECT_EQ(EdgePlaces(mesh), (std::set<Segment>{S(0, 0, 1, 0), S(1, 0, 1, 1), S(1, 1, 0, 1),
+                                                       S(0, 1, 0, 0), S(1, 0, 0, 1)}));
     }
     {
         IDelaunay2D mesh;
         Triangulate(mesh, {{1, 0}, {0, 1}, {0, 0}, {1, 1}});
-        EXPECT_EQ(EdgePlaces(mesh), (std::set<Segment>{S(0, 0, 1, 0), S(1, 0, 1, 1),
-                                                       S(1, 1, 0, 1), S(0, 1, 0, 0),
-                                                       S(0, 0, 1, 1)}));
+        EXPECT_EQ(EdgePlaces(mesh), (std::set<Segment>{S(0, 0, 1, 0), S(1, 0, 1, 1), S(1, 1, 0, 1),
+                                                       S(0, 1, 0, 0), S(0, 0, 1, 1)}));
     }
 }
 
@@ -620,8 +616,10 @@ TEST(IDelaunay2D, FourByFourGridGivesThirtyThreeEdges) {
     for (const Segment& s : edges) {
         double dx = std::abs(s.first.first - s.second.first);
         double dy = std::abs(s.first.second - s.second.second);
-        if (dx + dy == 1) ++lattice;
-        else EXPECT_TRUE(dx == 1 && dy == 1);
+        if (dx + dy == 1)
+            ++lattice;
+        else
+            EXPECT_TRUE(dx == 1 && dy == 1);
     }
     EXPECT_EQ(lattice, 24);
 }
@@ -635,7 +633,8 @@ TEST(IDelaunay2D, SixCollinearPointsGiveFiveEdges) {
 
 TEST(IDelaunay2D, PointsFarOutsideTheScaffoldArePlaced) {
     IDelaunay2D mesh;
-    const std::vector<XY> points = {{0, 0}, {1, 0}, {0.5, 1}, {25000, 3}, {-4, -60000}, {-30000, 30000}};
+    const std::vector<XY> points = {{0, 0},     {1, 0},       {0.5, 1},
+                                    {25000, 3}, {-4, -60000}, {-30000, 30000}};
     for (const XY& p : points) {
         IMeshPoint* added = mesh.AddPoint(new IMeshXYPoint(p.first, p.second));
         ASSERT_NE(added, nullptr);
@@ -866,8 +865,8 @@ namespace {
     /// The 3 by 3 integer grid about the origin.  Its points on the line
     /// x + y = 0 are exactly in line with the two scaffold corners, a circle
     /// of infinite radius; inserting two of them in this order fails.
-    const std::vector<XY> kFailingGrid = {{0, 0},  {1, -1}, {-1, -1}, {1, 1}, {-1, 1},
-                                          {0, 1},  {1, 0},  {0, -1},  {-1, 0}};
+    const std::vector<XY> kFailingGrid = {{0, 0}, {1, -1}, {-1, -1}, {1, 1}, {-1, 1},
+                                          {0, 1}, {1, 0},  {0, -1},  {-1, 0}};
 }
 
 TEST(IDelaunay2D, CocircularGridCanFailWithFindConflict) {
@@ -972,8 +971,8 @@ namespace {
                     for (int m = 0; m < 3; ++m) {
                         std::size_t u = corners[m], v = corners[(m + 1) % 3];
                         if (u >= clientCount || v >= clientCount) continue;
-                        result.clientEdges.insert(S(all[u].first, all[u].second,
-                                                    all[v].first, all[v].second));
+                        result.clientEdges.insert(
+                            S(all[u].first, all[u].second, all[v].first, all[v].second));
                     }
                 }
             }

@@ -91,9 +91,9 @@ TEST(DensityCluster, DistanceUsesZAndTheMeasuredTransverseCoordinate) {
     IHandle<IHit> onlyY = HitMeasuring(false, true, TVector3(-100.0, 0.0, 0.0));
     IHandle<IHit> onlyX = HitMeasuring(true, false, TVector3(4.0, 100.0, 0.0));
     IHandle<IHit> neither = HitMeasuring(false, false, TVector3(50.0, 60.0, 3.0));
-    EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(both, onlyY), 5.0);   // Y wins over X
-    EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(onlyX, both), 3.0);   // 4 against 4
-    EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(onlyX, onlyY), 4.0);  // X and Y on one axis
+    EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(both, onlyY), 5.0);     // Y wins over X
+    EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(onlyX, both), 3.0);     // 4 against 4
+    EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(onlyX, onlyY), 4.0);    // X and Y on one axis
     EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(neither, onlyY), 3.0);  // transverse 0
     EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(neither, both), 4.0);
     EXPECT_DOUBLE_EQ(clusterer.CalculateDistance(onlyY, onlyY), 0.0);
@@ -117,8 +117,8 @@ TEST(DensityCluster, HitMeasuringNeitherIsNearHitsOfSmallTransverseCoordinate) {
 
 TEST(DensityCluster, NeighboursKeepTheOrderOfTheHitsAndLeaveOutTheHitItself) {
     OpenDensityCluster clusterer(1, 1.5);
-    IHitSelection input = Selection({Hit(2.0, 0.0), Hit(0.0, 0.0), Hit(1.0, 0.0),
-                                     Hit(0.5, 0.5), Hit(9.0, 0.0)});
+    IHitSelection input =
+        Selection({Hit(2.0, 0.0), Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(0.5, 0.5), Hit(9.0, 0.0)});
     IHitSelection neighbours = clusterer.GetNeighbors(input[2], input);
     EXPECT_EQ(Describe(neighbours, input), "[0 1 3]");
     EXPECT_STREQ(neighbours.GetName(), "hits");
@@ -158,8 +158,8 @@ TEST(DensityCluster, SeedsAreTheNeighboursInOrderFollowedByTheCentre) {
     OpenDensityCluster clusterer(1, 1.5);
     // The first hit (z 0) has no neighbour.  Hit 1 (z 6) has two, 2 and 4,
     // and takes its place; hits 2 and 4 have three, not above 2 + 1.
-    IHitSelection input = Selection({Hit(0.0, 0.0), Hit(6.0, 0.0), Hit(5.0, 0.0),
-                                     Hit(4.0, 0.0), Hit(5.0, 1.0)});
+    IHitSelection input =
+        Selection({Hit(0.0, 0.0), Hit(6.0, 0.0), Hit(5.0, 0.0), Hit(4.0, 0.0), Hit(5.0, 1.0)});
     EXPECT_EQ(Describe(clusterer.FindSeeds(input), input), "[2 4 1]");
 }
 
@@ -167,20 +167,19 @@ TEST(DensityCluster, BestSeedIsDisplacedOnlyByTwoNeighboursMore) {
     OpenDensityCluster clusterer(1, 1.5);
     // The first hit has one neighbour (size 2 with its centre).  Hit 2 has
     // two, which isn't above 2: the first hit stays the centre.
-    IHitSelection oneMore = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(20.0, 0.0),
-                                       Hit(19.0, 0.0), Hit(21.0, 0.0)});
+    IHitSelection oneMore =
+        Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(20.0, 0.0), Hit(19.0, 0.0), Hit(21.0, 0.0)});
     EXPECT_EQ(Describe(clusterer.FindSeeds(oneMore), oneMore), "[1 0]");
     // With three neighbours hit 2 displaces it.
-    IHitSelection twoMore = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(20.0, 0.0),
-                                       Hit(19.0, 0.0), Hit(21.0, 0.0), Hit(20.0, 1.0)});
+    IHitSelection twoMore = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(20.0, 0.0), Hit(19.0, 0.0),
+                                       Hit(21.0, 0.0), Hit(20.0, 1.0)});
     EXPECT_EQ(Describe(clusterer.FindSeeds(twoMore), twoMore), "[3 4 5 2]");
 }
 
 TEST(DensityCluster, AmongEqualCountsTheEarliestCentreStays) {
     OpenDensityCluster clusterer(1, 1.5);
     // Hits 0 and 2 each have one neighbour; so do 1 and 3.  Hit 0 stays.
-    IHitSelection input = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(10.0, 0.0),
-                                     Hit(11.0, 0.0)});
+    IHitSelection input = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(10.0, 0.0), Hit(11.0, 0.0)});
     EXPECT_EQ(Describe(clusterer.FindSeeds(input), input), "[1 0]");
 }
 
@@ -299,8 +298,8 @@ TEST(DensityCluster, MinClusterSizeDropsSmallClustersAndTheirHits) {
 // has one free neighbour only, so the row falls into two pairs and a
 // remainder instead of one cluster of five.
 TEST(DensityCluster, DensityIsCountedAmongFreeHitsOnly) {
-    IHitSelection input = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(2.0, 0.0),
-                                     Hit(3.0, 0.0), Hit(4.0, 0.0)});
+    IHitSelection input =
+        Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(2.0, 0.0), Hit(3.0, 0.0), Hit(4.0, 0.0)});
     IDensityCluster clusterer(2, 1.5);
     clusterer.Cluster(input);
     ASSERT_EQ(clusterer.GetClusterCount(), 2u);
@@ -315,9 +314,9 @@ TEST(DensityCluster, DensityIsCountedAmongFreeHitsOnly) {
 // outer hit as the only free neighbour, one below MinPts 2.  With MinPts 1
 // the queue takes the outer hits in the order of the inner ones.
 TEST(DensityCluster, QueueGrowsInTheOrderOfTheSeeds) {
-    IHitSelection input = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(-1.0, 0.0),
-                                     Hit(0.0, 1.0), Hit(0.0, -1.0), Hit(2.0, 0.0),
-                                     Hit(-2.0, 0.0), Hit(0.0, 2.0), Hit(0.0, -2.0)});
+    IHitSelection input =
+        Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(-1.0, 0.0), Hit(0.0, 1.0), Hit(0.0, -1.0),
+                   Hit(2.0, 0.0), Hit(-2.0, 0.0), Hit(0.0, 2.0), Hit(0.0, -2.0)});
     IDensityCluster two(2, 1.2);
     two.Cluster(input);
     EXPECT_EQ(Clusters(two, input), "[1 2 3 4 0]");
@@ -329,8 +328,8 @@ TEST(DensityCluster, QueueGrowsInTheOrderOfTheSeeds) {
 
 TEST(DensityCluster, ClustersComeLargestFirst) {
     // A pair given first, a triple after it, far apart.
-    IHitSelection input = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(50.0, 0.0),
-                                     Hit(51.0, 0.0), Hit(50.0, 1.0), Hit(100.0, 0.0)});
+    IHitSelection input = Selection({Hit(0.0, 0.0), Hit(1.0, 0.0), Hit(50.0, 0.0), Hit(51.0, 0.0),
+                                     Hit(50.0, 1.0), Hit(100.0, 0.0)});
     IDensityCluster clusterer(1, 1.5);
     clusterer.Cluster(input);
     EXPECT_EQ(Clusters(clusterer, input), "[3 4 2] [1 0] [5]");
@@ -414,8 +413,7 @@ TEST(DensityCluster, RandomEventsKeepTheInvariants) {
         for (int i = 0; i < count; ++i) {
             TVector3 position(gRandom->Uniform(0, 4), gRandom->Uniform(0, 4),
                               gRandom->Uniform(0, 6));
-            input.push_back(HitMeasuring(gRandom->Rndm() < 0.7, gRandom->Rndm() < 0.7,
-                                         position));
+            input.push_back(HitMeasuring(gRandom->Rndm() < 0.7, gRandom->Rndm() < 0.7, position));
         }
         clusterer.Cluster(input);
 
@@ -488,9 +486,17 @@ namespace {
     // The distance that decides is in the plane of Z and the transverse
     // coordinate: coarse steps so that distances land on epsilon.
     double DrawEpsilon(TRandom3& random) {
-        const double choices[] = {0.0, -1.0, 0.5, 1.0, 1.0, 1.5, 2.0, 3.0,
+        const double choices[] = {0.0,
+                                  -1.0,
+                                  0.5,
+                                  1.0,
+                                  1.0,
+                                  1.5,
+                                  2.0,
+                                  3.0,
                                   std::numeric_limits<double>::quiet_NaN(),
-                                  std::numeric_limits<double>::infinity(), 1e-300};
+                                  std::numeric_limits<double>::infinity(),
+                                  1e-300};
         return choices[random.Integer(11)];
     }
 }

@@ -265,7 +265,9 @@ TEST_F(DriftTest, StepInZeroFieldMatchesClosedForm) {
     m.InitializeFromDB(1.0, kOmegaTau, kMu, kVd);
     const double h = 12.5;
     // x' = charge mu Ex h with Ex = -vd / mu on the X > 0 side, reversed below.
-    struct Case { double x, q, dx; };
+    struct Case {
+        double x, q, dx;
+    };
     for (Case c : {Case{100, -1, kVd * h}, Case{100, 1, -kVd * h}, Case{-40, -1, -kVd * h},
                    Case{-40, 1, kVd * h}, Case{3, -2, 2 * kVd * h}}) {
         TLorentzVector y = m.Step(TLorentzVector(c.x, 7, -9, 100), c.q, h, false);
@@ -761,8 +763,8 @@ TEST_F(DriftTest, CloudOnTheCentralPlaneRunsOutOfSteps) {
     EXPECT_FALSE(m.DriftUntilXLim(cloud, 100.0));
     std::string out = testing::internal::GetCapturedStdout();
     EXPECT_EQ(CountOf(out, kPlaneMessage), 1000);
-    EXPECT_EQ(out.size(), 1000 * std::string(kPlaneMessage).size() +
-                              std::string(kMaxStepsMessage).size());
+    EXPECT_EQ(out.size(),
+              1000 * std::string(kPlaneMessage).size() + std::string(kMaxStepsMessage).size());
     EXPECT_EQ(out.substr(out.size() - std::string(kMaxStepsMessage).size()), kMaxStepsMessage);
     EXPECT_EQ(cloud.NumberDriftSteps(), 1000);
     EXPECT_EQ(cloud.GetTime(), 3.0);
@@ -818,7 +820,7 @@ TEST_F(DriftTest, NextStepFollowsTheQuarterPowerOfHalfTheToleranceOverTheError) 
     IDriftManager m;
     m.InitializeFromDB(true, 500.0, 0.5, 2, tol, h1, 2.0, kMu, kVd);
     TLorentzVector x0(30, 0, 0, 0);
-    double errorEst = StepDoublingError(m, x0, h1);   // on a copy of m
+    double errorEst = StepDoublingError(m, x0, h1);  // on a copy of m
     ASSERT_GT(errorEst, 1e-08);
     ASSERT_LT(errorEst, tol);
     double h2 = h1 * std::pow(tol / (2 * errorEst), 0.25);

@@ -16,15 +16,12 @@ namespace ORVEX {
     /// Reaches the private draws of a cloud.
     class IElectronCloudInspector {
     public:
-        static TVector2 Disk(IElectronCloud& cloud) {
-            return cloud.GetRandomPositionOnDisk();
-        }
+        static TVector2 Disk(IElectronCloud& cloud) { return cloud.GetRandomPositionOnDisk(); }
         static TVector2 Parallelogram(IElectronCloud& cloud) {
             return cloud.GetRandomPositionOnParallelogram();
         }
         /// Fills the corners without marking them as set.
-        static void FillCornersOnly(IElectronCloud& cloud,
-                                    const std::vector<TVector3>& corners) {
+        static void FillCornersOnly(IElectronCloud& cloud, const std::vector<TVector3>& corners) {
             cloud.fCorners = corners;
         }
     };
@@ -54,7 +51,9 @@ namespace {
 
     /// The next number of gRandom; compared across runs it tells how many
     /// numbers were drawn before it.
-    double NextUniform() { return gRandom->Rndm(); }
+    double NextUniform() {
+        return gRandom->Rndm();
+    }
 
     struct Moments {
         double mean;
@@ -559,9 +558,8 @@ TEST(IElectronCloudDeathTest, UnequalOppositeSidesEndTheProcess) {
 TEST(IElectronCloudDeathTest, FiveCornersWarnBeforeTheShapeCheckEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     IElectronCloud cloud = MakeCloud();
-    cloud.SetOriginParallelogramCorners({TVector3(0, 0, 0), TVector3(0, 0, 4),
-                                         TVector3(0, 3, 4), TVector3(0, 2, 0),
-                                         TVector3(0, 1, 1)});
+    cloud.SetOriginParallelogramCorners({TVector3(0, 0, 0), TVector3(0, 0, 4), TVector3(0, 3, 4),
+                                         TVector3(0, 2, 0), TVector3(0, 1, 1)});
     EXPECT_EXIT(
         {
             std::cout.rdbuf(std::cerr.rdbuf());

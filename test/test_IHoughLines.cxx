@@ -195,8 +195,7 @@ TEST_F(Hough, CoherenceLength100Gives34Angles) {
     // A negative coherence length counts by its size.
     IHoughLines negative(-100, -100, 100, 100, 10, 2, -100);
     EXPECT_EQ(negative.GetLines().size(), 34u * 59u);
-    EXPECT_NE(fLog.str().find("%%     Angular Binning: 34 (5.45455 degree)\n"),
-              std::string::npos);
+    EXPECT_NE(fLog.str().find("%%     Angular Binning: 34 (5.45455 degree)\n"), std::string::npos);
 }
 
 TEST_F(Hough, RectangleClipsCoherenceLengthAtCornerRadius) {
@@ -300,8 +299,7 @@ TEST_F(Hough, NegativeWidthAndOverSamplingActAsTheirSizes) {
     std::string radial = "%%     Radial Binning:  59 (10 mm wide and 5 mm apart)\n";
     std::string log = fLog.str();
     int count = 0;
-    for (size_t at = log.find(radial); at != std::string::npos;
-         at = log.find(radial, at + 1)) {
+    for (size_t at = log.find(radial); at != std::string::npos; at = log.find(radial, at + 1)) {
         ++count;
     }
     EXPECT_EQ(count, 3);
@@ -314,13 +312,11 @@ TEST_F(Hough, AngleBinBelowRangeReportsAndIsNotClipped) {
     IHoughLines space(-100, -100, 100, 100, 10, 2, 0);
     IORVEXLog::SetDebugLevel(IORVEXLog::SevereLevel);
     EXPECT_EQ(space.GetAngleBin(-1), -31);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("SEVERE", "Angle index out of range -1")))
+    EXPECT_TRUE(Matches(fDebug.str(), DebugLine("SEVERE", "Angle index out of range -1")))
         << fDebug.str();
     fDebug.str("");
     EXPECT_DOUBLE_EQ(space.GetAngleValue(-1), -31 * kPi / 59);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("SEVERE", "Angle index out of range -1")));
+    EXPECT_TRUE(Matches(fDebug.str(), DebugLine("SEVERE", "Angle index out of range -1")));
 }
 
 TEST_F(Hough, AngleBinAboveRangeReportsAndIsNotClipped) {
@@ -328,9 +324,8 @@ TEST_F(Hough, AngleBinAboveRangeReportsAndIsNotClipped) {
     IORVEXLog::SetDebugLevel(IORVEXLog::WarnLevel);
     EXPECT_EQ(space.GetAngleBin(60), 30);
     EXPECT_EQ(space.GetAngleBin(75), 45);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("SEVERE", "Angle index out of range 60") +
-                            DebugLine("SEVERE", "Angle index out of range 75")))
+    EXPECT_TRUE(Matches(fDebug.str(), DebugLine("SEVERE", "Angle index out of range 60") +
+                                          DebugLine("SEVERE", "Angle index out of range 75")))
         << fDebug.str();
 }
 
@@ -354,8 +349,7 @@ TEST_F(Hough, LinesIndexAngleTooHighReportsAndTakesLastRow) {
     EXPECT_EQ(space.GetLinesIndex(100, -29), 59 * 59);
     EXPECT_TRUE(Matches(fDebug.str(),
                         DebugLine("SEVERE", "GetLinesIndex: Angle out of range 30 60 30") +
-                            DebugLine("SEVERE",
-                                      "GetLinesIndex: Angle out of range 100 60 30")))
+                            DebugLine("SEVERE", "GetLinesIndex: Angle out of range 100 60 30")))
         << fDebug.str();
 }
 
@@ -363,8 +357,8 @@ TEST_F(Hough, LinesIndexAngleTooLowReportsAndTakesFirstRow) {
     IHoughLines space(-100, -100, 100, 100, 10, 2, 0);
     IORVEXLog::SetDebugLevel(IORVEXLog::SevereLevel);
     EXPECT_EQ(space.GetLinesIndex(-31, 0), 29);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("SEVERE", "GetLinesIndex: Angle out of range -31 60 30")))
+    EXPECT_TRUE(
+        Matches(fDebug.str(), DebugLine("SEVERE", "GetLinesIndex: Angle out of range -31 60 30")))
         << fDebug.str();
 }
 
@@ -372,16 +366,15 @@ TEST_F(Hough, LinesIndexRadiusTooLowReportsAndIsClipped) {
     IHoughLines space(-100, -100, 100, 100, 10, 2, 0);
     IORVEXLog::SetDebugLevel(IORVEXLog::SevereLevel);
     EXPECT_EQ(space.GetLinesIndex(0, -30), 30 * 59);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("SEVERE", "GetLinesIndex: Radius out of range -30 59 29")))
+    EXPECT_TRUE(
+        Matches(fDebug.str(), DebugLine("SEVERE", "GetLinesIndex: Radius out of range -30 59 29")))
         << fDebug.str();
     // Both ends low: two reports, the first row's first line.
     fDebug.str("");
     EXPECT_EQ(space.GetLinesIndex(-40, -40), 0);
     EXPECT_TRUE(Matches(fDebug.str(),
                         DebugLine("SEVERE", "GetLinesIndex: Angle out of range -40 60 30") +
-                            DebugLine("SEVERE",
-                                      "GetLinesIndex: Radius out of range -40 59 29")));
+                            DebugLine("SEVERE", "GetLinesIndex: Radius out of range -40 59 29")));
 }
 
 TEST_F(Hough, LinesIndexRangeReportsSilentBelowSevereLevel) {
@@ -468,8 +461,7 @@ void CheckFilling(double overSampling) {
     gRandom->SetSeed(20261121);
     std::vector<XYPoint*> points;
     for (int i = 0; i < 20; ++i) {
-        points.push_back(new XYPoint(gRandom->Uniform(-100, 100),
-                                     gRandom->Uniform(-100, 100)));
+        points.push_back(new XYPoint(gRandom->Uniform(-100, 100), gRandom->Uniform(-100, 100)));
         space.AddPoint(points.back());
     }
     double reach = 5.0 + 0.01 * space.GetLineSpacing();
@@ -481,10 +473,9 @@ void CheckFilling(double overSampling) {
             double radius = point->GetY() * c - point->GetX() * s;
             bool inside = std::abs(radius - line.GetRadius()) <= reach;
             ASSERT_EQ(Holds(line, point), inside)
-                << "oversampling " << overSampling << " angle " << line.GetAngle()
-                << " radius " << line.GetRadius();
-            ASSERT_EQ(point->GetLines().count(const_cast<IHoughLine*>(&line)) == 1,
-                      inside);
+                << "oversampling " << overSampling << " angle " << line.GetAngle() << " radius "
+                << line.GetRadius();
+            ASSERT_EQ(point->GetLines().count(const_cast<IHoughLine*>(&line)) == 1, inside);
             memberships += inside;
         }
     }
@@ -495,9 +486,15 @@ void CheckFilling(double overSampling) {
     EXPECT_NEAR(double(memberships) / points.size() / rows, overSampling, 0.1);
 }
 
-TEST_F(Hough, FillingMatchesLineGeometryAtOverSampling1) { CheckFilling(1); }
-TEST_F(Hough, FillingMatchesLineGeometryAtOverSampling2) { CheckFilling(2); }
-TEST_F(Hough, FillingMatchesLineGeometryAtOverSampling3) { CheckFilling(3); }
+TEST_F(Hough, FillingMatchesLineGeometryAtOverSampling1) {
+    CheckFilling(1);
+}
+TEST_F(Hough, FillingMatchesLineGeometryAtOverSampling2) {
+    CheckFilling(2);
+}
+TEST_F(Hough, FillingMatchesLineGeometryAtOverSampling3) {
+    CheckFilling(3);
+}
 
 TEST_F(Hough, OverSampling1BinsOnlyTouch) {
     IHoughLines space(-100, -100, 100, 100, 10, 1, 0);
@@ -816,8 +813,7 @@ TEST_F(HandMadeLines, LineCopyTakesEveryField) {
     IHoughLine copy(line);
     EXPECT_EQ(copy.GetAngle(), line.GetAngle());
     EXPECT_EQ(copy.GetRadius(), line.GetRadius());
-    EXPECT_EQ(Tags(static_cast<const IHoughLine&>(copy).GetPoints()),
-              std::vector<int>({5, -5}));
+    EXPECT_EQ(Tags(static_cast<const IHoughLine&>(copy).GetPoints()), std::vector<int>({5, -5}));
     IHoughLine assigned(&fSpace, 0, 0);
     assigned = line;
     EXPECT_EQ(assigned.GetRadius(), line.GetRadius());
@@ -850,9 +846,9 @@ TEST_F(HandMadeLines, KeepLineWithForeignLineWarnsAndChangesNothing) {
     b.AddPoint(point);
     IORVEXLog::SetDebugLevel(IORVEXLog::WarnLevel);
     point->KeepLine(&foreign);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("WARNING",
-                                  "ORVEX::IHoughPoint::KeepLine: Line doesn't contain point")))
+    EXPECT_TRUE(
+        Matches(fDebug.str(),
+                DebugLine("WARNING", "ORVEX::IHoughPoint::KeepLine: Line doesn't contain point")))
         << fDebug.str();
     EXPECT_EQ(point->GetLines(), IHoughPoint::Lines({&a, &b}));
     EXPECT_TRUE(Holds(a, point));
@@ -874,9 +870,9 @@ TEST_F(HandMadeLines, KeepLineWarnsOfStaleLinkUnderTheOtherName) {
     stale.Clear();  // the point still names the line
     IORVEXLog::SetDebugLevel(IORVEXLog::WarnLevel);
     point->KeepLine(&kept);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("WARNING",
-                                  "ORVEX::IHoughPoint::RemoveFromLines: OUCH! Point not in line")))
+    EXPECT_TRUE(Matches(
+        fDebug.str(),
+        DebugLine("WARNING", "ORVEX::IHoughPoint::RemoveFromLines: OUCH! Point not in line")))
         << fDebug.str();
     EXPECT_EQ(point->GetLines(), IHoughPoint::Lines({&stale, &kept}));
     fDebug.str("");
@@ -955,8 +951,8 @@ TEST_F(HandMadeLines, RemoveFromLinesWarnsOfStaleLink) {
     stale.Clear();
     IORVEXLog::SetDebugLevel(IORVEXLog::WarnLevel);
     point->RemoveFromLines(0.5);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("WARNING", "RemoveFromLines: OUCH! Point not in line")))
+    EXPECT_TRUE(
+        Matches(fDebug.str(), DebugLine("WARNING", "RemoveFromLines: OUCH! Point not in line")))
         << fDebug.str();
     EXPECT_EQ(point->GetLines(), IHoughPoint::Lines({&heavy, &stale}));
     fDebug.str("");
@@ -974,17 +970,16 @@ TEST_F(HandMadeLines, EachReportAppearsFromItsOwnLevelUp) {
     Fill(heavy, 2, 2);
     stale.AddPoint(point);
     stale.Clear();
-    const std::string severe =
-        DebugLine("SEVERE", "Angle index out of range -1") +
-        DebugLine("SEVERE", "GetLinesIndex: Angle out of range 30 60 30") +
-        DebugLine("SEVERE", "GetLinesIndex: Radius out of range -30 59 29");
+    const std::string severe = DebugLine("SEVERE", "Angle index out of range -1") +
+                               DebugLine("SEVERE", "GetLinesIndex: Angle out of range 30 60 30") +
+                               DebugLine("SEVERE", "GetLinesIndex: Radius out of range -30 59 29");
     const std::string warnings =
         DebugLine("WARNING", "ORVEX::IHoughPoint::KeepLine: Line doesn't contain point") +
         DebugLine("WARNING", "ORVEX::IHoughPoint::RemoveFromLines: OUCH! Point not in line") +
         DebugLine("WARNING", "RemoveFromLines: OUCH! Point not in line");
-    const IORVEXLog::ErrorPriority levels[] = {
-        IORVEXLog::SilentLevel, IORVEXLog::ErrorLevel, IORVEXLog::SevereLevel,
-        IORVEXLog::WarnLevel,   IORVEXLog::DebugLevel, IORVEXLog::TraceLevel};
+    const IORVEXLog::ErrorPriority levels[] = {IORVEXLog::SilentLevel, IORVEXLog::ErrorLevel,
+                                               IORVEXLog::SevereLevel, IORVEXLog::WarnLevel,
+                                               IORVEXLog::DebugLevel,  IORVEXLog::TraceLevel};
     for (IORVEXLog::ErrorPriority level : levels) {
         fDebug.str("");
         IORVEXLog::SetDebugLevel(level);
@@ -1221,9 +1216,9 @@ TEST_F(HandMadeLines, HeavierLineIsExaminedWhenAnotherRemains) {
     Fill(light, 3, 10);
     IORVEXLog::SetDebugLevel(IORVEXLog::WarnLevel);
     fSpace.RemoveShared(1.0);
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("WARNING",
-                                  "ORVEX::IHoughPoint::RemoveFromLines: OUCH! Point not in line")))
+    EXPECT_TRUE(Matches(
+        fDebug.str(),
+        DebugLine("WARNING", "ORVEX::IHoughPoint::RemoveFromLines: OUCH! Point not in line")))
         << fDebug.str();
     EXPECT_EQ(heavy.GetPoints().size(), 4u);
     EXPECT_EQ(light.GetPoints().size(), 3u);
@@ -1357,8 +1352,8 @@ namespace {
     // Points along the line of angle bin `angleBin` and radius bin
     // `radiusBin`, `step` mm apart over `halfLength` on either side of the
     // foot of the perpendicular, each moved across the line by up to 1 mm.
-    std::vector<XYPoint*> Track(IHoughLines& space, int angleBin, int radiusBin,
-                                double halfLength, double step, int firstTag) {
+    std::vector<XYPoint*> Track(IHoughLines& space, int angleBin, int radiusBin, double halfLength,
+                                double step, int firstTag) {
         double a = angleBin * space.GetAngleSpacing();
         double r = radiusBin * space.GetLineSpacing();
         std::vector<XYPoint*> track;
@@ -1401,9 +1396,8 @@ TEST_F(Hough, TwoStraightTracksInNoise) {
 
     std::vector<IHoughLine*> lines;
     for (IHoughLine& line : space.GetLines()) lines.push_back(&line);
-    std::sort(lines.begin(), lines.end(), [](IHoughLine* x, IHoughLine* y) {
-        return x->GetWeight() > y->GetWeight();
-    });
+    std::sort(lines.begin(), lines.end(),
+              [](IHoughLine* x, IHoughLine* y) { return x->GetWeight() > y->GetWeight(); });
     IHoughLine* firstLine = CountOf(*lines[0], first) > 0 ? lines[0] : lines[1];
     IHoughLine* secondLine = firstLine == lines[0] ? lines[1] : lines[0];
     EXPECT_EQ(CountOf(*firstLine, first), int(first.size()));
@@ -1479,10 +1473,18 @@ namespace {
         s.fXMax = s.fXMin + sizeX;
         s.fYMax = s.fYMin + sizeY;
         switch (random.Integer(4)) {
-            case 0: s.fCoherence = 0.0; break;
-            case 1: s.fCoherence = random.Uniform(0, 4 * width); break;
-            case 2: s.fCoherence = random.Uniform(4 * width, 20 * width); break;
-            default: s.fCoherence = 1e4; break;
+        case 0:
+            s.fCoherence = 0.0;
+            break;
+        case 1:
+            s.fCoherence = random.Uniform(0, 4 * width);
+            break;
+        case 2:
+            s.fCoherence = random.Uniform(4 * width, 20 * width);
+            break;
+        default:
+            s.fCoherence = 1e4;
+            break;
         }
         if (random.Rndm() < 0.2) s.fCoherence = -s.fCoherence;
 
@@ -1494,17 +1496,21 @@ namespace {
         s.fDefaultWeights = weightMode == 0;
         auto weight = [&]() {
             switch (weightMode) {
-                case 1: return double(1 + random.Integer(3));
-                case 2: return 0.1 * (1 + random.Integer(3));  // sums depend on order
-                case 3: return random.Uniform(0.1, 2.0);
-                default: return 1.0;
+            case 1:
+                return double(1 + random.Integer(3));
+            case 2:
+                return 0.1 * (1 + random.Integer(3));  // sums depend on order
+            case 3:
+                return random.Uniform(0.1, 2.0);
+            default:
+                return 1.0;
             }
         };
         int trackCount = random.Integer(4);
         std::vector<std::pair<double, double> > tracks;
         for (int t = 0; t < trackCount; ++t) {
-            tracks.push_back(std::make_pair(random.Uniform(-1.6, 1.6),
-                                            random.Uniform(-reach / 2, reach / 2)));
+            tracks.push_back(
+                std::make_pair(random.Uniform(-1.6, 1.6), random.Uniform(-reach / 2, reach / 2)));
         }
         int count = random.Integer(32);
         for (int i = 0; i < count; ++i) {
@@ -1605,14 +1611,13 @@ namespace {
         std::map<std::string, int> fSeen;
 
         // Everything a caller can see, compared; the first difference fails.
-        bool Same(IHoughLines& space, HoughReference::Space& reference,
-                  const std::string& where) {
+        bool Same(IHoughLines& space, HoughReference::Space& reference, const std::string& where) {
             std::vector<std::string> reports = Reports(fDebug.str());
             fDebug.str("");
             for (const std::string& report : reports) ++fSeen[report.substr(0, 40)];
             if (reports != reference.fReports) {
-                ADD_FAILURE() << where << ": reports differ: " << reports.size()
-                              << " against " << reference.fReports.size()
+                ADD_FAILURE() << where << ": reports differ: " << reports.size() << " against "
+                              << reference.fReports.size()
                               << (reports.empty() ? std::string() : "; first " + reports[0]);
                 return false;
             }
@@ -1633,8 +1638,8 @@ namespace {
                 for (const HoughReference::Point* p : literal.fPoints) expected.push_back(p->fTag);
                 if (line.GetAngle() != literal.fAngle || line.GetRadius() != literal.fRadius ||
                     tags != expected || !(line.GetWeight() == literal.Weight())) {
-                    ADD_FAILURE() << where << ": line " << i << " differs: "
-                                  << ::testing::PrintToString(tags) << " against "
+                    ADD_FAILURE() << where << ": line " << i
+                                  << " differs: " << ::testing::PrintToString(tags) << " against "
                                   << ::testing::PrintToString(expected) << ", weight "
                                   << line.GetWeight() << " against " << literal.Weight();
                     return false;
@@ -1655,8 +1660,7 @@ namespace {
             return true;
         }
 
-        void Fill(IHoughLines& space, HoughReference::Space& reference,
-                  const Scenario& s) {
+        void Fill(IHoughLines& space, HoughReference::Space& reference, const Scenario& s) {
             for (size_t i = 0; i < s.fPoints.size(); ++i) {
                 const RandomPoint& p = s.fPoints[i];
                 space.AddPoint(new XYPoint(p.fX, p.fY, p.fWeight, i));
@@ -1670,8 +1674,8 @@ namespace {
             Scenario s = MakeScenario(seed);
             std::string where = "seed " + std::to_string(seed);
             fLog.str("");
-            IHoughLines space(s.fXMin, s.fYMin, s.fXMax, s.fYMax, s.fWidth,
-                              s.fOverSampling, s.fCoherence);
+            IHoughLines space(s.fXMin, s.fYMin, s.fXMax, s.fYMax, s.fWidth, s.fOverSampling,
+                              s.fCoherence);
             HoughReference::Space reference(s.fXMin, s.fYMin, s.fXMax, s.fYMax, s.fWidth,
                                             s.fOverSampling, s.fCoherence);
             std::vector<std::string> summary;
@@ -1736,8 +1740,8 @@ namespace {
                 space.RemoveShared(threshold);
                 reference.RemoveShared(threshold);
                 // What RemoveShared left, sorted as GetPoints() shows it.
-                if (!Same(space, reference, where + " after RemoveShared(" +
-                                                std::to_string(threshold) + ")")) {
+                if (!Same(space, reference,
+                          where + " after RemoveShared(" + std::to_string(threshold) + ")")) {
                     return false;
                 }
             }
@@ -1771,10 +1775,10 @@ TEST_F(Hough, PointWithBinsBeyondIntIsKeptOnNoLineAndThrows) {
     EXPECT_EQ(space.GetPoints()[0], far);
     EXPECT_TRUE(far->GetLines().empty());
     for (const IHoughLine& line : space.GetLines()) ASSERT_TRUE(line.GetPoints().empty());
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("ERROR", "ORVEX::IHoughLines::AddPoint: point (1e+12, 0)"
-                                           " reaches radius bin 1e+11, beyond the limit of "
-                                           "2.13071e+09")))
+    EXPECT_TRUE(Matches(fDebug.str(), DebugLine("ERROR",
+                                                "ORVEX::IHoughLines::AddPoint: point (1e+12, 0)"
+                                                " reaches radius bin 1e+11, beyond the limit of "
+                                                "2.13071e+09")))
         << fDebug.str();
     space.AddPoint(new XYPoint(0, 0));
     EXPECT_GT(space.GetPoints()[1]->GetLines().size(), 0u);
@@ -1817,10 +1821,10 @@ TEST_F(Hough, RadiusCountBeyondIntThrowsInsteadOfAnEmptySpace) {
     } catch (const EHoughBinning& e) {
         EXPECT_STREQ(e.what(), "EovCore::EovUtility::EHoughLines::EHoughBinning");
     }
-    EXPECT_TRUE(Matches(fDebug.str(),
-                        DebugLine("ERROR", "ORVEX::IHoughLines: 1.41421e+10 radius bins"
-                                           " (lineWidth 1e-07, overSampling 1, corner radius"
-                                           " 707.107 mm) exceed the limit of 16777216 lines")))
+    EXPECT_TRUE(Matches(fDebug.str(), DebugLine("ERROR",
+                                                "ORVEX::IHoughLines: 1.41421e+10 radius bins"
+                                                " (lineWidth 1e-07, overSampling 1, corner radius"
+                                                " 707.107 mm) exceed the limit of 16777216 lines")))
         << fDebug.str();
     // A zero width divides the corner radius by zero.
     EXPECT_THROW(IHoughLines(-500, -500, 500, 500, 0, 1, 0), EHoughBinning);

@@ -20,14 +20,20 @@ namespace {
     Matrix Diagonal(std::initializer_list<double> values) {
         Matrix m(values.size(), values.size());
         int i = 0;
-        for (double v : values) { m(i, i) = v; ++i; }
+        for (double v : values) {
+            m(i, i) = v;
+            ++i;
+        }
         return m;
     }
 
     Matrix Rows(int rows, int cols, std::initializer_list<double> values) {
         Matrix m(rows, cols);
         int k = 0;
-        for (double v : values) { m(k / cols, k % cols) = v; ++k; }
+        for (double v : values) {
+            m(k / cols, k % cols) = v;
+            ++k;
+        }
         return m;
     }
 
@@ -76,8 +82,8 @@ namespace {
     // What the standard assertion writes for a failed condition in the
     // filter's source.
     std::string AssertionOf(const std::string& condition) {
-        return "IKalmanFilter\\.cxx:[0-9]+: .*IKalmanFilter::.*Assertion `" +
-               Literal(condition) + "' failed";
+        return "IKalmanFilter\\.cxx:[0-9]+: .*IKalmanFilter::.*Assertion `" + Literal(condition) +
+               "' failed";
     }
 
     // In a dying child: after the assertion's message, report the shape
@@ -101,21 +107,15 @@ namespace {
 
 TEST(FilterComponentInitializer, BuildsTheFourComponentModel) {
     std::pair<Matrix, Matrix> model = FilterComponentInitializer();
-    ExpectMatrixNear(model.first, Rows(4, 4, {1, 0, 30, 0,
-                                              0, 1, 0, 30,
-                                              0, 0, 1, 0,
-                                              0, 0, 0, 1}), 0.0);
-    ExpectMatrixNear(model.second, Rows(2, 4, {1, 0, 0, 0,
-                                               0, 1, 0, 0}), 0.0);
+    ExpectMatrixNear(model.first, Rows(4, 4, {1, 0, 30, 0, 0, 1, 0, 30, 0, 0, 1, 0, 0, 0, 0, 1}),
+                     0.0);
+    ExpectMatrixNear(model.second, Rows(2, 4, {1, 0, 0, 0, 0, 1, 0, 0}), 0.0);
 }
 
 TEST(Transpose, GivesTheSwappedShapeAndLeavesItsArgument) {
-    Matrix m = Rows(2, 3, {1, 2, 3,
-                           4, 5, 6});
+    Matrix m = Rows(2, 3, {1, 2, 3, 4, 5, 6});
     Matrix t = Transpose(m);
-    ExpectMatrixNear(t, Rows(3, 2, {1, 4,
-                                    2, 5,
-                                    3, 6}), 0.0);
+    ExpectMatrixNear(t, Rows(3, 2, {1, 4, 2, 5, 3, 6}), 0.0);
     ExpectMatrixNear(m, Rows(2, 3, {1, 2, 3, 4, 5, 6}), 0.0);
 }
 
@@ -175,10 +175,7 @@ TEST(IKalmanFilter, SetIntervalChangesTwoElementsAndTheTransposeFollows) {
 
 TEST(IKalmanFilter, SetIntervalOnAShortFilterWritesOnlyTwoElements) {
     IKalmanFilter filter(Elements({0, 0, 0, 0}), Diagonal({1, 1, 1, 1}), 2);
-    Matrix a = Rows(4, 4, {1, 2, 3, 4,
-                           5, 6, 7, 8,
-                           9, 10, 11, 12,
-                           13, 14, 15, 16});
+    Matrix a = Rows(4, 4, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16});
     filter.SetSystemMatrix(a);
     filter.SetInterval(-1.5);
     a(0, 2) = -1.5;
@@ -188,23 +185,18 @@ TEST(IKalmanFilter, SetIntervalOnAShortFilterWritesOnlyTwoElements) {
 
 TEST(IKalmanFilter, PredictionWithIdentityCovarianceAndNoNoiseIsAATransposed) {
     std::pair<Matrix, Matrix> model = FilterComponentInitializer();
-    IKalmanFilter filter(model.first, model.second, Elements({0, 0, 0, 0}),
-                         Diagonal({1, 1, 1, 1}));
+    IKalmanFilter filter(model.first, model.second, Elements({0, 0, 0, 0}), Diagonal({1, 1, 1, 1}));
     filter.Predict(Matrix(4, 4));
-    ExpectMatrixNear(filter.GetCovariance(), Rows(4, 4, {901, 0, 30, 0,
-                                                         0, 901, 0, 30,
-                                                         30, 0, 1, 0,
-                                                         0, 30, 0, 1}), 1e-12);
+    ExpectMatrixNear(filter.GetCovariance(),
+                     Rows(4, 4, {901, 0, 30, 0, 0, 901, 0, 30, 30, 0, 1, 0, 0, 30, 0, 1}), 1e-12);
 }
 
 TEST(IKalmanFilter, SetSystemMatrixRefreshesTheTranspose) {
     IKalmanFilter filter(Elements({0, 0, 0, 0}), Diagonal({1, 1, 1, 1}), 2);
     filter.SetSystemMatrix(FilterComponentInitializer().first);
     filter.Predict(Matrix(4, 4));
-    ExpectMatrixNear(filter.GetCovariance(), Rows(4, 4, {901, 0, 30, 0,
-                                                         0, 901, 0, 30,
-                                                         30, 0, 1, 0,
-                                                         0, 30, 0, 1}), 1e-12);
+    ExpectMatrixNear(filter.GetCovariance(),
+                     Rows(4, 4, {901, 0, 30, 0, 0, 901, 0, 30, 30, 0, 1, 0, 0, 30, 0, 1}), 1e-12);
 }
 
 // Worked by hand with interval 1: A P A^T + Q, then the gain, the
@@ -214,22 +206,18 @@ TEST(IKalmanFilter, PredictAndUpdateMatchHandWorkedMatrices) {
     filter.SetInterval(1.0);
     filter.Predict(Diagonal({0.5, 0.5, 0.25, 0.25}));
     ExpectVectorNear(filter.GetState(), Elements({1.5, 1.75, 0.5, -0.25}), 1e-12);
-    ExpectMatrixNear(filter.GetCovariance(), Rows(4, 4, {3.5, 0, 1, 0,
-                                                         0, 4.5, 0, 1,
-                                                         1, 0, 1.25, 0,
-                                                         0, 1, 0, 1.25}), 1e-12);
+    ExpectMatrixNear(filter.GetCovariance(),
+                     Rows(4, 4, {3.5, 0, 1, 0, 0, 4.5, 0, 1, 1, 0, 1.25, 0, 0, 1, 0, 1.25}), 1e-12);
 
     filter.Update(Elements({2.0, 1.0}), Diagonal({0.5, 0.5}));
-    ExpectMatrixNear(filter.GetFilterGain(), Rows(4, 2, {0.875, 0,
-                                                         0, 0.9,
-                                                         0.25, 0,
-                                                         0, 0.2}), 1e-12);
+    ExpectMatrixNear(filter.GetFilterGain(), Rows(4, 2, {0.875, 0, 0, 0.9, 0.25, 0, 0, 0.2}),
+                     1e-12);
     ExpectVectorNear(filter.GetInnovation(), Elements({0.5, -0.75}), 1e-12);
     ExpectVectorNear(filter.GetState(), Elements({1.9375, 1.075, 0.625, -0.4}), 1e-12);
-    ExpectMatrixNear(filter.GetCovariance(), Rows(4, 4, {0.4375, 0, 0.125, 0,
-                                                         0, 0.45, 0, 0.1,
-                                                         0.125, 0, 1.0, 0,
-                                                         0, 0.1, 0, 1.05}), 1e-12);
+    ExpectMatrixNear(
+        filter.GetCovariance(),
+        Rows(4, 4, {0.4375, 0, 0.125, 0, 0, 0.45, 0, 0.1, 0.125, 0, 1.0, 0, 0, 0.1, 0, 1.05}),
+        1e-12);
 }
 
 TEST(IKalmanFilter, ShortConstructorWithSuppliedMatricesWorksTheSame) {
@@ -352,22 +340,26 @@ TEST(IKalmanFilter, FollowsAStraightTrackToItsSlope) {
 // The seven shape assertions, each with its condition text.
 TEST(IKalmanFilterDeathTest, SetSystemMatrixChecksRowsBeforeAssigning) {
     IKalmanFilter filter = ModelFilter();
-    EXPECT_EXIT({
-        WatchSystemMatrix(filter);
-        filter.SetSystemMatrix(Matrix(3, 4));
-    }, testing::ExitedWithCode(7),
+    EXPECT_EXIT(
+        {
+            WatchSystemMatrix(filter);
+            filter.SetSystemMatrix(Matrix(3, 4));
+        },
+        testing::ExitedWithCode(7),
         AssertionOf("SystemMatrix.GetNrows() == fState.GetNrows()") +
-        ".*system matrix 4x4, \\(0,2\\) = 30");
+            ".*system matrix 4x4, \\(0,2\\) = 30");
 }
 
 TEST(IKalmanFilterDeathTest, SetSystemMatrixChecksColumnsBeforeAssigning) {
     IKalmanFilter filter = ModelFilter();
-    EXPECT_EXIT({
-        WatchSystemMatrix(filter);
-        filter.SetSystemMatrix(Matrix(4, 3));
-    }, testing::ExitedWithCode(7),
+    EXPECT_EXIT(
+        {
+            WatchSystemMatrix(filter);
+            filter.SetSystemMatrix(Matrix(4, 3));
+        },
+        testing::ExitedWithCode(7),
         AssertionOf("SystemMatrix.GetNcols() == fState.GetNrows()") +
-        ".*system matrix 4x4, \\(0,2\\) = 30");
+            ".*system matrix 4x4, \\(0,2\\) = 30");
 }
 
 TEST(IKalmanFilterDeathTest, SetMeasurementMatrixChecksRows) {
@@ -386,12 +378,13 @@ TEST(IKalmanFilterDeathTest, PredictChecksRowsAfterAssigning) {
     IKalmanFilter filter = ModelFilter();
     Matrix bad(3, 4);
     bad(0, 2) = -8.0;
-    EXPECT_EXIT({
-        WatchSystemMatrix(filter);
-        filter.Predict(bad, Matrix(4, 4));
-    }, testing::ExitedWithCode(7),
-        AssertionOf("A_.GetNrows() == fState.GetNrows()") +
-        ".*system matrix 3x4, \\(0,2\\) = -8");
+    EXPECT_EXIT(
+        {
+            WatchSystemMatrix(filter);
+            filter.Predict(bad, Matrix(4, 4));
+        },
+        testing::ExitedWithCode(7),
+        AssertionOf("A_.GetNrows() == fState.GetNrows()") + ".*system matrix 3x4, \\(0,2\\) = -8");
 }
 
 TEST(IKalmanFilterDeathTest, PredictChecksColumnsAfterAssigning) {
@@ -399,18 +392,19 @@ TEST(IKalmanFilterDeathTest, PredictChecksColumnsAfterAssigning) {
     IKalmanFilter filter = ModelFilter();
     Matrix bad(4, 3);
     bad(0, 2) = -9.0;
-    EXPECT_EXIT({
-        WatchSystemMatrix(filter);
-        filter.Predict(bad, Matrix(4, 4));
-    }, testing::ExitedWithCode(7),
-        AssertionOf("A_.GetNcols() == fState.GetNrows()") +
-        ".*system matrix 4x3, \\(0,2\\) = -9");
+    EXPECT_EXIT(
+        {
+            WatchSystemMatrix(filter);
+            filter.Predict(bad, Matrix(4, 4));
+        },
+        testing::ExitedWithCode(7),
+        AssertionOf("A_.GetNcols() == fState.GetNrows()") + ".*system matrix 4x3, \\(0,2\\) = -9");
 }
 
 TEST(IKalmanFilterDeathTest, UpdateChecksTheMeasurementMatrixColumns) {
     // Neither constructor checks, so the bad shape reaches Update.
-    IKalmanFilter filter(FilterComponentInitializer().first, Matrix(2, 3),
-                         Elements({1, 2, 3, 4}), Diagonal({1, 1, 1, 1}));
+    IKalmanFilter filter(FilterComponentInitializer().first, Matrix(2, 3), Elements({1, 2, 3, 4}),
+                         Diagonal({1, 1, 1, 1}));
     EXPECT_DEATH(filter.Update(Elements({0, 0}), Diagonal({1, 1})),
                  AssertionOf("H_.GetNcols() == fState.GetNrows()"));
 }

@@ -18,9 +18,14 @@ namespace {
     };
 
     Reading Read(const ILineFit& fit) {
-        return Reading{fit.GetNumberOfPoints(), fit.IsValid(), fit.GetSlope(),
-                       fit.GetIntercept(), fit.GetValue(7.5), fit.GetSlopeUncertainty(),
-                       fit.GetInterceptUncertainty(), fit.GetCentralIndependent()};
+        return Reading{fit.GetNumberOfPoints(),
+                       fit.IsValid(),
+                       fit.GetSlope(),
+                       fit.GetIntercept(),
+                       fit.GetValue(7.5),
+                       fit.GetSlopeUncertainty(),
+                       fit.GetInterceptUncertainty(),
+                       fit.GetCentralIndependent()};
     }
 
     void ExpectSame(const Reading& a, const Reading& b) {
@@ -45,7 +50,9 @@ namespace {
         double sw = 0, swx = 0, swy = 0;
         for (size_t i = 0; i < x.size(); ++i) {
             double w = 1.0 / (sigma[i] * sigma[i]);
-            sw += w; swx += w * x[i]; swy += w * y[i];
+            sw += w;
+            swx += w * x[i];
+            swy += w * y[i];
         }
         double xm = swx / sw, ym = swy / sw;
         double sxx = 0, sxy = 0;
@@ -290,7 +297,10 @@ TEST(ILineFit, InterceptUncertaintyFollowsItsFormulaOnRandomData) {
         double x = xs(engine), s = sigmas(engine);
         double y = 25.0 + 0.3 * x + s * noise(engine);
         fit.AddPoint(x, y, s);
-        a += y / (s * s); b += 1 / (s * s); c += x / (s * s); e += x * x / (s * s);
+        a += y / (s * s);
+        b += 1 / (s * s);
+        c += x / (s * s);
+        e += x * x / (s * s);
     }
     ASSERT_GT(a, 0.0);
     EXPECT_NEAR(fit.GetInterceptUncertainty(), std::sqrt(-a / (c * c - b * e)), 1e-9);

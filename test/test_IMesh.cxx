@@ -159,8 +159,8 @@ TEST(IMesh, PointsIterateByXThenYWhateverTheInsertionOrder) {
     for (IMesh::PointIterator p = mesh.BeginPoints(); p != mesh.EndPoints(); ++p) {
         order.push_back(std::make_pair((*p)->X(), (*p)->Y()));
     }
-    const std::vector<std::pair<double, double> > expected = {
-        {-1, 0}, {0, -5}, {0, 5}, {2, -3}, {2, 0}, {2, 1}};
+    const std::vector<std::pair<double, double> > expected = {{-1, 0}, {0, -5}, {0, 5},
+                                                              {2, -3}, {2, 0},  {2, 1}};
     EXPECT_EQ(order, expected);
 }
 
@@ -200,16 +200,16 @@ TEST(IMesh, RemoveEdgeErasesTheStoredEntryAndDeletesTheArgument) {
     // Detaching the twin by key took the stored edge off both ends too.
     EXPECT_EQ(a->GetEdgeCount(), 0);
     EXPECT_EQ(b->GetEdgeCount(), 0);
-    delete stored;   // no longer anyone's
+    delete stored;  // no longer anyone's
 }
 
 namespace {
     /// Fills a mesh with a square, its diagonal and a lone point, in the
     /// given order of point and edge creation.
     void BuildTracked(IMesh& mesh, bool reversed) {
-        std::vector<TrackedPoint*> p = {
-            new TrackedPoint(0, 0), new TrackedPoint(1, 0), new TrackedPoint(1, 1),
-            new TrackedPoint(0, 1), new TrackedPoint(5, 5)};
+        std::vector<TrackedPoint*> p = {new TrackedPoint(0, 0), new TrackedPoint(1, 0),
+                                        new TrackedPoint(1, 1), new TrackedPoint(0, 1),
+                                        new TrackedPoint(5, 5)};
         if (reversed) std::reverse(p.begin(), p.end());
         for (TrackedPoint* point : p) mesh.AddPoint(point);
         std::vector<std::pair<int, int> > joins = {{0, 1}, {1, 2}, {2, 3}, {3, 0}, {0, 2}};
@@ -315,10 +315,11 @@ TEST(IMeshPaint, DefaultUnitsPaintAtTheRawCoordinatesMarkersFirst) {
     FillPaintMesh(mesh);
     mesh.Paint();
     typedef RecordingPad::Call Call;
-    const std::vector<Call> expected = {
-        {'M', 10, 40, 0, 0}, {'M', 30, -20, 0, 0}, {'M', 50, 0, 0, 0},
-        {'L', 10, 40, 30, -20},     // head (10,40), tail (30,-20)
-        {'L', 30, -20, 50, 0}};
+    const std::vector<Call> expected = {{'M', 10, 40, 0, 0},
+                                        {'M', 30, -20, 0, 0},
+                                        {'M', 50, 0, 0, 0},
+                                        {'L', 10, 40, 30, -20},  // head (10,40), tail (30,-20)
+                                        {'L', 30, -20, 50, 0}};
     EXPECT_EQ(setup.pad->calls, expected);
     EXPECT_EQ(setup.pad->markerCounts, (std::vector<int>{-1, -1, -1}));
 }
@@ -330,9 +331,11 @@ TEST(IMeshPaint, UnitLengthOfTenPaintsAtATenth) {
     mesh.SetUnitLength(10.0);
     mesh.Paint("ignored");
     typedef RecordingPad::Call Call;
-    const std::vector<Call> expected = {
-        {'M', 1, 4, 0, 0}, {'M', 3, -2, 0, 0}, {'M', 5, 0, 0, 0},
-        {'L', 1, 4, 3, -2}, {'L', 3, -2, 5, 0}};
+    const std::vector<Call> expected = {{'M', 1, 4, 0, 0},
+                                        {'M', 3, -2, 0, 0},
+                                        {'M', 5, 0, 0, 0},
+                                        {'L', 1, 4, 3, -2},
+                                        {'L', 3, -2, 5, 0}};
     EXPECT_EQ(setup.pad->calls, expected);
 }
 

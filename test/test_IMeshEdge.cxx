@@ -11,7 +11,7 @@
 using namespace ORVEX;
 
 TEST(IMeshEdge, EndsAreNormalisedWhateverTheArgumentOrder) {
-    IMeshXYPoint a(2, 0), b(1, 5);     // b sorts first: smaller X
+    IMeshXYPoint a(2, 0), b(1, 5);  // b sorts first: smaller X
     IMeshEdge ab(&a, &b);
     EXPECT_EQ(ab.GetHead(), &b);
     EXPECT_EQ(ab.GetTail(), &a);
@@ -77,7 +77,7 @@ TEST(IMeshEdge, OrderByHeadThenTail) {
     EXPECT_FALSE(ac < ab);
     EXPECT_TRUE(ac < bc);
     EXPECT_FALSE(bc < ac);
-    EXPECT_TRUE(ad < ab);   // tails: (0,5) before (1,0)
+    EXPECT_TRUE(ad < ab);  // tails: (0,5) before (1,0)
     EXPECT_FALSE(ab < ab);
 }
 
@@ -125,8 +125,8 @@ TEST(IMeshEdge, StreamShowsTheEdgeAndItsEnds) {
     IMeshXYPoint a(5, 0), b(1, 0);
     IMeshEdge e(&a, &b);
     std::ostringstream expected, out;
-    expected << static_cast<const void*>(&e) << "->(" << static_cast<const void*>(&b)
-             << ", " << static_cast<const void*>(&a) << ")";
+    expected << static_cast<const void*>(&e) << "->(" << static_cast<const void*>(&b) << ", "
+             << static_cast<const void*>(&a) << ")";
     out << e;
     EXPECT_EQ(out.str(), expected.str());
     EXPECT_EQ(out.str().find('\n'), std::string::npos);

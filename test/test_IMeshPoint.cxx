@@ -18,8 +18,14 @@ namespace {
     class CountingPoint : public IMeshPoint {
     public:
         CountingPoint(double x, double y) : fX(x), fY(y) {}
-        double X() const override { ++fReads; return fX; }
-        double Y() const override { ++fReads; return fY; }
+        double X() const override {
+            ++fReads;
+            return fX;
+        }
+        double Y() const override {
+            ++fReads;
+            return fY;
+        }
         mutable int fReads = 0;
 
     private:
@@ -29,9 +35,7 @@ namespace {
     /// A mesh that hands out its points by coordinates.
     struct Graph {
         IMesh mesh;
-        IMeshPoint* Point(double x, double y) {
-            return mesh.AddPoint(new IMeshXYPoint(x, y));
-        }
+        IMeshPoint* Point(double x, double y) { return mesh.AddPoint(new IMeshXYPoint(x, y)); }
         void Join(IMeshPoint* a, IMeshPoint* b) { mesh.AddEdge(new IMeshEdge(a, b)); }
     };
 
@@ -204,7 +208,7 @@ TEST(IMeshPointWalker, EqualityLooksAtTheCurrentPointOnly) {
     g.Join(a, b);
     g.Join(b, c);
     IMeshPoint::Walker fromA = a->BeginPoints();
-    ++fromA;                       // at b, having seen a, b and c
+    ++fromA;  // at b, having seen a, b and c
     IMeshPoint::Walker fromB = b->BeginPoints();
     EXPECT_TRUE(fromA == fromB);
     EXPECT_FALSE(fromA != fromB);
@@ -298,7 +302,7 @@ TEST(IMeshPointPaths, MaxStepsCountsThePointsBeforeTheLastHop) {
     EXPECT_TRUE(g.a->GetPaths(g.d, 10, 2).empty());
     IMeshPoint::PathVector paths = g.a->GetPaths(g.d, 10, 3);
     ASSERT_EQ(paths.size(), 1u);
-    EXPECT_EQ(paths[0].size(), 4u);   // maxSteps + 1 points
+    EXPECT_EQ(paths[0].size(), 4u);  // maxSteps + 1 points
 }
 
 TEST(IMeshPointPaths, SquareGivesTwoRoutesInTheOrderOfTheStartsEdges) {

@@ -67,7 +67,9 @@ namespace {
     };
 
     /// Centre (1, -2) and A = [[2, 1], [1, 3]]: A^-1 = [[0.6, -0.2], [-0.2, 0.4]].
-    CountingBowl TiltedBowl() { return CountingBowl({1.0, -2.0}, {{2.0, 1.0}, {1.0, 3.0}}); }
+    CountingBowl TiltedBowl() {
+        return CountingBowl({1.0, -2.0}, {{2.0, 1.0}, {1.0, 3.0}});
+    }
 
     /// Centre (0.5, -1, 2) and A = [[4, 1, 0], [1, 3, 1], [0, 1, 2]], whose
     /// determinant is 18 and whose inverse is the cofactor matrix
@@ -449,14 +451,22 @@ namespace {
         using Engine::Minimize;
     };
 
-    const char* CommandOf(const ISimplexMinimizer&) { return "SIMPLEX"; }
-    const char* CommandOf(const TMinuitMinimizer&) { return "MIGRAD"; }
+    const char* CommandOf(const ISimplexMinimizer&) {
+        return "SIMPLEX";
+    }
+    const char* CommandOf(const TMinuitMinimizer&) {
+        return "MIGRAD";
+    }
 
     /// Minuit's convergence limits at its defaults: SIMPLEX stops when its
     /// estimated distance to the minimum is below 0.1 error definitions,
     /// MIGRAD below 1e-4.
-    double ConvergenceLimit(const ISimplexMinimizer&) { return 0.1; }
-    double ConvergenceLimit(const TMinuitMinimizer&) { return 1e-4; }
+    double ConvergenceLimit(const ISimplexMinimizer&) {
+        return 0.1;
+    }
+    double ConvergenceLimit(const TMinuitMinimizer&) {
+        return 1e-4;
+    }
 
     /// Issue a bare Minuit command through the engine's TMinuit side.
     int Command(TMinuit& minuit, const char* command) {
@@ -570,8 +580,8 @@ TYPED_TEST(MinuitEngine, ZeroParametersIssueTheCommandAndEvaluateOnce) {
     int status = engine.Minimize(0, par);
     std::string printed = testing::internal::GetCapturedStdout();
     // Nothing is defined, only the command is issued.
-    EXPECT_EQ(printed, std::string(" **********\n **    1 **") + CommandOf(engine) +
-                           "\n **********\n");
+    EXPECT_EQ(printed,
+              std::string(" **********\n **    1 **") + CommandOf(engine) + "\n **********\n");
     EXPECT_EQ(engine.GetNumPars(), 0);
     EXPECT_EQ(par[0], 1.5);
     EXPECT_EQ(par[1], -0.5);
@@ -611,7 +621,7 @@ TYPED_TEST(MinuitEngine, ResultIsReadBackThroughTheVirtualGetParameter) {
     CountingBowl func = TiltedBowl();
     Shifted engine(func);
     engine.SetPrintLevel(-1);
-    engine.SetPrecision(1e-5);   // takes SIMPLEX close to the centre too
+    engine.SetPrecision(1e-5);  // takes SIMPLEX close to the centre too
     double a = 3.0, b = 4.0;
     engine.Optimize(a, b);
     for (int i = 0; i < 2; ++i) {

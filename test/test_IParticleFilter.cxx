@@ -185,7 +185,7 @@ TEST_F(IParticleFilterTest, AnEmptyFilterDoesNothing) {
     RandomGuard random;
     IParticleFilter filter;
     EXPECT_EQ(filter.GetResamplingThreshold(), 0.5);
-    filter.SetResamplingThreshold(5.0);   // even so: 0 * 5 > 0 fails
+    filter.SetResamplingThreshold(5.0);  // even so: 0 * 5 > 0 fails
     filter.UpdateState();
     filter.UpdateState();
     EXPECT_TRUE(filter.GetCloud().empty());
@@ -258,7 +258,7 @@ TEST_F(IParticleFilterTest, ADominantWeightResamplesOntoSharedStates) {
 TEST_F(IParticleFilterTest, ScriptedDrawsPickByTheCumulativeTable) {
     RandomGuard random;
     IParticleFilter filter;
-    filter.SetResamplingThreshold(0.9);   // effective count 1 / 0.33789 = 2.96
+    filter.SetResamplingThreshold(0.9);  // effective count 1 / 0.33789 = 2.96
     AddFiveParticles(filter);
     // A draw equal to a cumulative weight goes to the next particle.
     random->fScript = {0.5, 0.0, 0.874999, 0.875, 0.99};
@@ -304,7 +304,7 @@ TEST_F(IParticleFilterTest, CollectionKeepsExactlyTheHistoryOfTheSurvivors) {
     IParticleFilter filter;
     filter.SetResamplingThreshold(0.9);
     AddFiveParticles(filter);
-    random->fScript = {0.1, 0.2, 0.3, 0.6, 0.7};   // particles 2, 2, 2, 4, 4
+    random->fScript = {0.1, 0.2, 0.3, 0.6, 0.7};  // particles 2, 2, 2, 4, 4
     filter.UpdateState();
     // Of 5 first states and 5 children, the two picked children and their
     // two parents are left; the others went through their destructors.
@@ -350,7 +350,7 @@ TEST_F(IParticleFilterTest, APredecessorTheFilterDoesNotOwnIsNeverDeleted) {
         filter.SetResamplingThreshold(2.0);
         filter.AddState(new TestState(7, 1.0, 1.0, &outside), 1.0);
         filter.AddState(new TestState(8, 1.0, 1.0), 1.0);
-        random->fScript = {0.1, 0.1};   // both onto the first particle's child
+        random->fScript = {0.1, 0.1};  // both onto the first particle's child
         filter.UpdateState();
         EXPECT_EQ(filter.GetCloud()[0].fState->GetStateCount(), 2);
         EXPECT_EQ(gCensus.live.count(&outside), 1u);
@@ -420,8 +420,7 @@ TEST_F(IParticleFilterTest, ARejectedStateLeavesTheFilterOpen) {
     filter.AddState(new TestState(0, 1.0, 0.5), 3.0);
     {
         DebugCapture debug;
-        EXPECT_THROW(filter.AddState(new TestState(1, -1.0, -1.0), 1.0),
-                     ORVEX::EBadProbability);
+        EXPECT_THROW(filter.AddState(new TestState(1, -1.0, -1.0), 1.0), ORVEX::EBadProbability);
     }
     testing::internal::CaptureStdout();
     EXPECT_THROW(filter.UpdateState(), ORVEX::EBadProbability);
@@ -449,7 +448,7 @@ TEST_F(IParticleFilterTest, AddStateInTheMiddleOfARunOpensTheFilterAgain) {
 TEST_F(IParticleFilterTest, UpdateStateReportsAnUnsetStepOnStandardOutput) {
     IParticleFilter filter;
     filter.AddState(new TestState(0, 1.0, 0.5), 1.0);
-    filter.AddState(new TestState(1, 1.0, -1.0), 1.0);   // its step is never set
+    filter.AddState(new TestState(1, 1.0, -1.0), 1.0);  // its step is never set
     filter.AddState(new TestState(2, 1.0, 0.5), 2.0);
     const IParticleState* stuck = filter.GetCloud()[1].fState;
     const IParticleState* waiting = filter.GetCloud()[2].fState;
@@ -534,7 +533,7 @@ TEST_F(IParticleFilterTest, DestroyingTheFilterDeletesSharedStatesOnce) {
         for (const IParticleFilter::ActiveState& particle : filter.GetCloud()) {
             distinct.insert(particle.fState);
         }
-        EXPECT_LT(distinct.size(), 5u);   // some particles share a state
+        EXPECT_LT(distinct.size(), 5u);  // some particles share a state
         EXPECT_FALSE(gCensus.live.empty());
     }
     EXPECT_TRUE(gCensus.live.empty());

@@ -38,7 +38,7 @@ TEST(ISimplexMinimizer, LeavesNoErrorMatrixUntilHesseIsAskedFor) {
     double a = 3.0, b = 4.0;
     engine.Optimize(a, b);
     EXPECT_EQ(engine.GetStatus(), 0);
-    EXPECT_EQ(engine.fISW[1], 0);   // Minuit has no matrix
+    EXPECT_EQ(engine.fISW[1], 0);  // Minuit has no matrix
     for (int i = 0; i < 2; ++i) {
         for (int j = 0; j < 2; ++j) EXPECT_EQ(engine.GetCovariance(i, j), 0.0);
     }
@@ -50,7 +50,8 @@ TEST(ISimplexMinimizer, LeavesNoErrorMatrixUntilHesseIsAskedFor) {
     engine.mnexcm("HESSE", arglist, 0, ierr);
     EXPECT_EQ(ierr, 0);
     for (int i = 0; i < 2; ++i) {
-        for (int j = 0; j < 2; ++j) EXPECT_NEAR(engine.GetCovariance(i, j), kCovariance[i][j], 1e-4);
+        for (int j = 0; j < 2; ++j)
+            EXPECT_NEAR(engine.GetCovariance(i, j), kCovariance[i][j], 1e-4);
     }
 }
 

@@ -21,9 +21,9 @@
 #include <TDatabasePDG.h>
 #include <TEnv.h>
 #include <TList.h>
+#include <TLorentzVector.h>
 #include <TMath.h>
 #include <TParticlePDG.h>
-#include <TLorentzVector.h>
 #include <TSystem.h>
 #include <TVector3.h>
 
@@ -64,14 +64,12 @@ namespace {
     struct Helix {
         TVector3 origin;
         TVector3 momentum;
-        TVector3 field;   // tesla
+        TVector3 field;  // tesla
         double charge;
 
         double CosPitch() const { return momentum.Unit().Dot(field.Unit()); }
         double SinPitch() const { return std::sqrt(1 - CosPitch() * CosPitch()); }
-        double Radius() const {
-            return momentum.Mag() * SinPitch() / (0.3 * field.Mag());
-        }
+        double Radius() const { return momentum.Mag() * SinPitch() / (0.3 * field.Mag()); }
         TVector3 E1() const {
             TVector3 b = field.Unit();
             return (momentum - momentum.Dot(b) * b).Unit();
@@ -83,15 +81,15 @@ namespace {
         /// Position after `path` mm along the helix.
         TVector3 Position(double path) const {
             double theta = Turn(path);
-            return origin + path * CosPitch() * field.Unit()
-                + Radius() * std::sin(theta) * E1()
-                + Sign() * Radius() * (std::cos(theta) - 1) * E2();
+            return origin + path * CosPitch() * field.Unit() + Radius() * std::sin(theta) * E1() +
+                   Sign() * Radius() * (std::cos(theta) - 1) * E2();
         }
 
         TVector3 Momentum(double path) const {
             double theta = Turn(path);
-            return momentum.Mag() * (CosPitch() * field.Unit()
-                + SinPitch() * (std::cos(theta) * E1() - Sign() * std::sin(theta) * E2()));
+            return momentum.Mag() *
+                   (CosPitch() * field.Unit() +
+                    SinPitch() * (std::cos(theta) * E1() - Sign() * std::sin(theta) * E2()));
         }
     };
 
@@ -322,7 +320,8 @@ TEST_F(TrajectoryTracker, TrackParticleInNoFieldGivesTheFirstStepAndTheTarget) {
     // (moving away within 50 mm): 21 passes, one lookup each.
     std::vector<TVector3> points = Fresh(2);
     TVector3 end(0, 0, 1000);
-    EXPECT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), end, TVector3(0, 0, 2000), 1.0, points, 0), 2);
+    EXPECT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), end, TVector3(0, 0, 2000), 1.0, points, 0),
+              2);
     EXPECT_EQ(points[0], TVector3(0, 0, 50));
     EXPECT_EQ(points[1], end);
     EXPECT_EQ(IFieldManager::GetLookupCount(), 21);
@@ -336,7 +335,8 @@ TEST_F(TrajectoryTracker, TrackParticleInAFieldBelowAMilliteslaIsStraight) {
     SetFieldInTesla(TVector3(0.0005, 0, 0));
     std::vector<TVector3> points = Fresh();
     TVector3 end(0, 0, 100);
-    EXPECT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), end, TVector3(0, 0, 2000), 1.0, points, 0), 2);
+    EXPECT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), end, TVector3(0, 0, 2000), 1.0, points, 0),
+              2);
     EXPECT_EQ(points[0], TVector3(0, 0, 1));
     EXPECT_EQ(points[1], end);
     EXPECT_EQ(IFieldManager::GetLookupCount(), 101);
@@ -346,9 +346,11 @@ TEST_F(TrajectoryTracker, TrackParticleInAFieldBelowAMilliteslaIsStraight) {
 TEST_F(TrajectoryTracker, TrackParticleStepIsTenMillimetresBelow1000MeV) {
     std::vector<TVector3> points = Fresh();
     TVector3 end(0, 0, 500);
-    EXPECT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), end, TVector3(0, 0, 1000.0), 1.0, points, 0), 2);
+    EXPECT_EQ(
+        fTracker.TrackParticle(TVector3(0, 0, 0), end, TVector3(0, 0, 1000.0), 1.0, points, 0), 2);
     EXPECT_EQ(points[0], TVector3(0, 0, 50));
-    EXPECT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), end, TVector3(0, 0, 999.9), 1.0, points, 0), 2);
+    EXPECT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), end, TVector3(0, 0, 999.9), 1.0, points, 0),
+              2);
     EXPECT_NEAR((points[0] - TVector3(0, 0, 10)).Mag(), 0.0, 1e-12);
     EXPECT_EQ(points[1], end);
 }
@@ -462,7 +464,8 @@ TEST_F(TrajectoryTracker, TrackParticleWarningFollowsTheErrorPriority) {
     IORVEXLog::SetDebugLevel(IORVEXLog::ErrorLevel);
     std::vector<TVector3> points = Fresh(2);
     EXPECT_EQ(fTracker.TrackParticle(TVector3(0, 0, 0), TVector3(200000, 0, 0),
-                                     TVector3(10000, 0, 0), 1.0, points, 0), 2);
+                                     TVector3(10000, 0, 0), 1.0, points, 0),
+              2);
     EXPECT_EQ(fDebug.str(), "");
 }
 
@@ -564,8 +567,8 @@ namespace {
     std::pair<double, double> SpreadAcrossSlabs(ITrajectoryTracker& tracker, double tesla) {
         SetSlabField(tesla, {{-0.5, 0.5}, {50.5, 51.5}});
         std::vector<TVector3> points(1000);
-        int n = tracker.TrackParticle(TVector3(0, 0, 0), TVector3(3, 0, 102),
-                                      TVector3(0, 0, 2000), 1.0, points, 0);
+        int n = tracker.TrackParticle(TVector3(0, 0, 0), TVector3(3, 0, 102), TVector3(0, 0, 2000),
+                                      1.0, points, 0);
         EXPECT_EQ(n, 4);
         EXPECT_NEAR(points[0].X(), 0.0, 1e-12);
         EXPECT_NEAR(points[3].X(), 3.0, 1e-9);
@@ -681,7 +684,7 @@ TEST_F(TrajectoryTracker, G4TrackProtonBendsTheOtherWay) {
     ASSERT_EQ(n, 2 * 201);
     for (int k = 0; k < n; ++k) {
         double path = (k < 201 ? k + 1 : 200.4 + (k - 201) + 1);
-        if (k == 200 || k == 401) continue;   // the trajectory points themselves
+        if (k == 200 || k == 401) continue;  // the trajectory points themselves
         ASSERT_LT((points[k] - helix.Position(path)).Mag(), 0.41) << k;
     }
     ExpectVectorNear(points[200], Stored(proton, 1), 1e-9);
@@ -793,8 +796,10 @@ TEST_F(TrajectoryTracker, ConstructorUsesATableAlreadyLoaded) {
     std::string savedValue = saved ? saved : "";
     setenv("ROOTSYS", "/no/such/root", 1);
     ITrajectoryTracker tracker;
-    if (saved) setenv("ROOTSYS", savedValue.c_str(), 1);
-    else unsetenv("ROOTSYS");
+    if (saved)
+        setenv("ROOTSYS", savedValue.c_str(), 1);
+    else
+        unsetenv("ROOTSYS");
     EXPECT_TRUE(tracker.fFoundPDG);
     EXPECT_EQ(tracker.fPDGDatabase, TDatabasePDG::Instance());
     EXPECT_EQ(fDebug.str(), "");
@@ -817,7 +822,8 @@ namespace {
         std::ofstream table(directory + "/pdg_table.txt");
         table << "    1 gamma                22  0 100 GaugeBoson  0 0.000000e+00"
                  " 0.000000e+00 -100 -1 -100 -1   -1   0\n"
-              << "    2 marker           " << marker << "  0 100 Marker      3"
+              << "    2 marker           " << marker
+              << "  0 100 Marker      3"
                  " 1.000000e+00 0.000000e+00 -100 -1 -100 -1   -1   0\n";
     }
 
@@ -850,7 +856,8 @@ namespace {
         ITrajectoryTracker tracker;
         std::string found;
         for (int marker : {990001, 990002, 990003}) {
-            if (TDatabasePDG::Instance()->GetParticle(marker)) found += std::to_string(marker) + " ";
+            if (TDatabasePDG::Instance()->GetParticle(marker))
+                found += std::to_string(marker) + " ";
         }
         if (!tracker.fFoundPDG) found += "not found ";
         if (!debug.str().empty()) found += "warned ";

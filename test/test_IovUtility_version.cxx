@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <string>
 
-#include <IPackageVersion.hxx>
 #include <TClass.h>
+#include <IPackageVersion.hxx>
 
 #include <IovUtility_version.hxx>
 
@@ -67,7 +67,7 @@ TEST(VersionRecord, StampsDescribeThisBuild) {
     // uname -a names the host right after the system.
     EXPECT_EQ(machine.find(record->GetCompilationHost()), 6u) << machine;
     std::string date = record->GetCompilationDate();
-    EXPECT_NE(date.find(" 20"), std::string::npos) << date;   // `date` ends with the year
+    EXPECT_NE(date.find(" 20"), std::string::npos) << date;  // `date` ends with the year
     EXPECT_NE(date.find(":"), std::string::npos) << date;
 }
 

@@ -6,15 +6,15 @@
 #include <TDatabasePDG.h>
 #include <TH2F.h>
 #include <TLorentzVector.h>
+#include <TMath.h>
 #include <TMatrixT.h>
 #include <TMinuit.h>
 #include <TObject.h>
-#include <TRandom.h>
 #include <TROOT.h>
+#include <TRandom.h>
 #include <TRotation.h>
 #include <TSystem.h>
 #include <TVector3.h>
-#include <TMath.h>
 
 TEST(ROOT, ObjectAndGeometry) {
     TObject object;
@@ -32,7 +32,10 @@ TEST(ROOT, ObjectAndGeometry) {
 
 TEST(ROOT, MatrixInverse) {
     TMatrixT<double> m(2, 2);
-    m(0, 0) = 4; m(0, 1) = 7; m(1, 0) = 2; m(1, 1) = 6;
+    m(0, 0) = 4;
+    m(0, 1) = 7;
+    m(1, 0) = 2;
+    m(1, 1) = 6;
     TMatrixT<double> inverse(m);
     inverse.Invert();
     EXPECT_NEAR(inverse(0, 0), 0.6, 1e-12);

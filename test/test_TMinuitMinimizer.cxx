@@ -72,9 +72,10 @@ TEST(TMinuitMinimizer, MigradLeavesItsErrorMatrix) {
     EXPECT_EQ(engine.GetStatus(), 0);
     EXPECT_NEAR(a, 1.0, 1e-6);
     EXPECT_NEAR(b, -2.0, 1e-6);
-    EXPECT_EQ(engine.fISW[1], 3);   // Minuit's "accurate" matrix
+    EXPECT_EQ(engine.fISW[1], 3);  // Minuit's "accurate" matrix
     for (int i = 0; i < 2; ++i) {
-        for (int j = 0; j < 2; ++j) EXPECT_NEAR(engine.GetCovariance(i, j), kCovariance[i][j], 1e-6);
+        for (int j = 0; j < 2; ++j)
+            EXPECT_NEAR(engine.GetCovariance(i, j), kCovariance[i][j], 1e-6);
     }
 }
 

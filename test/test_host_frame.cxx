@@ -130,7 +130,7 @@ TEST_F(Handle, SelfAssignmentKeepsTheCount) {
     IHandle<IHit>& same = hit;
     hit = same;
     EXPECT_EQ(hit.GetReferenceCount(), 2);
-    copy = hit;   // two handles of one object: also nothing to do
+    copy = hit;  // two handles of one object: also nothing to do
     EXPECT_EQ(hit.GetReferenceCount(), 2);
 }
 
@@ -154,7 +154,7 @@ TEST_F(Handle, LastHandleDeletesTheObject) {
         EXPECT_EQ(CountedHit::fDeleted, 0);
         EXPECT_EQ(first.GetReferenceCount(), 1);
         IHandle<IHit> other = MakeHit();
-        first = other;   // lets go of the counted hit
+        first = other;  // lets go of the counted hit
         EXPECT_EQ(CountedHit::fDeleted, 1);
         EXPECT_EQ(other.GetReferenceCount(), 2);
     }
@@ -167,7 +167,7 @@ TEST_F(Handle, BooleanTestAndIdentity) {
     IHandle<IHit> twin = MakeHit();
     EXPECT_FALSE(null);
     EXPECT_TRUE(hit);
-    EXPECT_FALSE(hit == twin);   // same fields, different objects
+    EXPECT_FALSE(hit == twin);  // same fields, different objects
     EXPECT_TRUE(null == IHandle<IHit>());
 }
 
@@ -175,29 +175,34 @@ typedef LogCapture Log;
 
 TEST_F(Log, ErrorLevelWritesErrorsButNotSevere) {
     IORVEXLog::SetDebugLevel(IORVEXLog::ErrorLevel);
-    int line = __LINE__; ORVEXError("broken " << 1);
+    int line = __LINE__ + 1;  // the statement below
+    ORVEXError("broken " << 1);
     ORVEXSevere("not shown");
     EXPECT_EQ(fDebug.str(), "ERROR: " + Where(line) + "broken 1\n");
 }
 
 TEST_F(Log, SevereLevelWritesSevereButNotWarnings) {
     IORVEXLog::SetDebugLevel(IORVEXLog::SevereLevel);
-    int line = __LINE__; ORVEXSevere("bad " << 2.5);
+    int line = __LINE__ + 1;  // the statement below
+    ORVEXSevere("bad " << 2.5);
     ORVEXWarn("not shown");
     EXPECT_EQ(fDebug.str(), "SEVERE: " + Where(line) + "bad 2.5\n");
 }
 
 TEST_F(Log, WarnLevelWritesBoth) {
     IORVEXLog::SetDebugLevel(IORVEXLog::WarnLevel);
-    int severe = __LINE__; ORVEXSevere("first");
-    int warn = __LINE__; ORVEXWarn("second");
-    EXPECT_EQ(fDebug.str(), "SEVERE: " + Where(severe) + "first\n" +
-                                "WARNING: " + Where(warn) + "second\n");
+    int severe = __LINE__ + 1;  // the statement below
+    ORVEXSevere("first");
+    int warn = __LINE__ + 1;  // the statement below
+    ORVEXWarn("second");
+    EXPECT_EQ(fDebug.str(),
+              "SEVERE: " + Where(severe) + "first\n" + "WARNING: " + Where(warn) + "second\n");
 }
 
 TEST_F(Log, SilentLevelStillWritesErrors) {
     IORVEXLog::SetDebugLevel(IORVEXLog::SilentLevel);
-    int line = __LINE__; ORVEXError("always");
+    int line = __LINE__ + 1;  // the statement below
+    ORVEXError("always");
     ORVEXSevere("never");
     ORVEXWarn("never");
     EXPECT_EQ(fDebug.str(), "ERROR: " + Where(line) + "always\n");
@@ -229,8 +234,8 @@ TEST_F(Log, AStatementLeavesTheStreamFormatAsItFoundIt) {
     fDebug.precision(3);
     fDebug.fill('*');
     std::ios::fmtflags before = fDebug.flags();
-    ORVEXWarn(std::fixed << std::setprecision(1) << std::hex << std::setfill('0')
-                         << std::setw(4) << 255 << " " << 2.25);
+    ORVEXWarn(std::fixed << std::setprecision(1) << std::hex << std::setfill('0') << std::setw(4)
+                         << 255 << " " << 2.25);
     EXPECT_EQ(fDebug.flags(), before);
     EXPECT_EQ(fDebug.precision(), 6);
     EXPECT_EQ(fDebug.width(), 0);

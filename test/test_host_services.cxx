@@ -16,7 +16,7 @@ TEST(FieldManager, IsZeroUntilAFieldIsInstalled) {
 }
 
 TEST(FieldManager, UniformFieldInTheHostUnit) {
-    IFieldManager::SetUniformField(TVector3(0, 0, 0.0002));   // 0.2 T
+    IFieldManager::SetUniformField(TVector3(0, 0, 0.0002));  // 0.2 T
     IFieldManager::ResetLookupCount();
     TVector3 field = Bman().GetFieldValue(TLorentzVector(5, 6, 7, 100));
     EXPECT_DOUBLE_EQ(field.Z() * 1000.0, 0.2);
@@ -26,9 +26,7 @@ TEST(FieldManager, UniformFieldInTheHostUnit) {
 }
 
 TEST(FieldManager, AnyFunctionOfPositionAndTime) {
-    IFieldManager::SetFieldMap([](const TLorentzVector& x) {
-        return TVector3(x.X(), 0, x.T());
-    });
+    IFieldManager::SetFieldMap([](const TLorentzVector& x) { return TVector3(x.X(), 0, x.T()); });
     TVector3 field = IFieldManager::GetFieldValue(TLorentzVector(2, 0, 0, 7));
     EXPECT_EQ(field.X(), 2.0);
     EXPECT_EQ(field.Z(), 7.0);

@@ -44,8 +44,8 @@ namespace {
         }
     };
 
-    IHandle<IHit> Combo(const std::vector<IHandle<IHit> >& members,
-                        IDigit* ownDigit = NULL, bool withProxy = false) {
+    IHandle<IHit> Combo(const std::vector<IHandle<IHit> >& members, IDigit* ownDigit = NULL,
+                        bool withProxy = false) {
         IComboHit* combo = new IComboHit;
         if (withProxy) combo->AddDigit(IDigitProxy(ownDigit));
         combo->PrepareCombo();
@@ -131,8 +131,8 @@ TEST_F(Truth, ComboHitWithARealDigitIsUnpacked) {
 }
 
 TEST_F(Truth, ComboHitKeepsMemberOrderAndSharedDepositsTwice) {
-    IHandle<IHit> combo = Combo({MCHit({&deposit[3], &deposit[1]}),
-                                 MCHit({&deposit[1], &deposit[0]})});
+    IHandle<IHit> combo =
+        Combo({MCHit({&deposit[3], &deposit[1]}), MCHit({&deposit[1], &deposit[0]})});
     EXPECT_EQ(GetHitTruthInfo(combo),
               (Deposits{&deposit[3], &deposit[1], &deposit[1], &deposit[0]}));
 }

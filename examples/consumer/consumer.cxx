@@ -12,7 +12,7 @@ int main() {
     }
     hits::Unique(selection);
     const char* name = ORVEX::IovUtility_version::Get()->GetName();
-    std::cout << name << " " << ORVEX::IovUtility_version::Get()->GetVersion()
-              << ": " << selection.size() << " unique hits" << std::endl;
+    std::cout << name << " " << ORVEX::IovUtility_version::Get()->GetVersion() << ": "
+              << selection.size() << " unique hits" << std::endl;
     return selection.size() == 2 ? 0 : 1;
 }

@@ -36,7 +36,7 @@ namespace {
     void Hits() {
         IHitSelection event("event", "Synthetic event");
         for (int i = 0; i < 6; ++i) event.push_back(MakeHit(i, 1.0 + i, 10.0 * i, 5.0));
-        event.push_back(MakeHit(2, 9.0, 20.0, 6.0));   // a second hit on channel 2
+        event.push_back(MakeHit(2, 9.0, 20.0, 6.0));  // a second hit on channel 2
         Print("event channels", event);
 
         IHitSelection pair;
@@ -47,12 +47,11 @@ namespace {
         nested.push_back(combo);
         nested.push_back(event[4]);
         IHandle<IHit> outer = MakeCombo(nested);
-        std::cout << "combo of channels 1 and 2 at x = " << combo->GetPosition().X()
-                  << ", charge " << combo->GetCharge() << std::endl;
+        std::cout << "combo of channels 1 and 2 at x = " << combo->GetPosition().X() << ", charge "
+                  << combo->GetCharge() << std::endl;
 
         std::cout << "Equiv(hit 1, combo) = " << hits::Equiv(event[1], combo)
-                  << ", Equiv(hit 3, combo) = " << hits::Equiv(event[3], combo)
-                  << std::endl;
+                  << ", Equiv(hit 3, combo) = " << hits::Equiv(event[3], combo) << std::endl;
 
         IHitSelection leaves;
         hits::UnpackHits(outer, std::back_inserter(leaves));
@@ -72,12 +71,12 @@ namespace {
     void Packages() {
         std::cout << "packages linked:" << std::endl;
         for (IPackageVersion* package : IOVDatabase::Get().PackageSet()) {
-            std::cout << "  " << package->GetName() << " " << package->GetVersion()
-                      << ", built " << package->GetCompilationDate() << " on "
-                      << package->GetCompilationHost() << std::endl;
+            std::cout << "  " << package->GetName() << " " << package->GetVersion() << ", built "
+                      << package->GetCompilationDate() << " on " << package->GetCompilationHost()
+                      << std::endl;
         }
-        std::cout << "  machine: "
-                  << IovUtility_version::Get()->GetCompilationMachineInfo() << std::endl;
+        std::cout << "  machine: " << IovUtility_version::Get()->GetCompilationMachineInfo()
+                  << std::endl;
     }
 
     tour::Register hitsSection(10, "Hits: equivalence, subtraction, uniqueness", Hits);

@@ -32,8 +32,8 @@ namespace {
 
     // A hit read out from a simulated digit of one or two deposits.  A
     // track shares each deposit between two neighbouring channels.
-    IHandle<IHit> TrackHit(Simulation& sim, int channel, double charge,
-                           const TVector3& position, IG4VHit* shared) {
+    IHandle<IHit> TrackHit(Simulation& sim, int channel, double charge, const TVector3& position,
+                           IG4VHit* shared) {
         sim.deposits.push_back(IG4VHit(charge));
         sim.digits.push_back(IMCDigit(channel));
         IMCDigit& digit = sim.digits.back();
@@ -44,8 +44,8 @@ namespace {
         return IHandle<IHit>(hit);
     }
 
-    void AddTrack(Simulation& sim, IHitSelection& event, int firstChannel,
-                  const TVector3& start, const TVector3& step, int length) {
+    void AddTrack(Simulation& sim, IHitSelection& event, int firstChannel, const TVector3& start,
+                  const TVector3& step, int length) {
         IG4VHit* previous = NULL;
         for (int i = 0; i < length; ++i) {
             TVector3 position = start + i * step;
@@ -60,9 +60,10 @@ namespace {
     void AddNoise(Simulation& sim, IHitSelection& event, int count) {
         for (int i = 0; i < count; ++i) {
             sim.noiseDigits.push_back(IDigit(5000 + i));
-            ISingleHit* hit = new ISingleHit(5000 + i, gRandom->Uniform(1.0, 6.0),
-                TVector3(gRandom->Uniform(-200, 200), gRandom->Uniform(-200, 200),
-                         gRandom->Uniform(0, 400)));
+            ISingleHit* hit =
+                new ISingleHit(5000 + i, gRandom->Uniform(1.0, 6.0),
+                               TVector3(gRandom->Uniform(-200, 200), gRandom->Uniform(-200, 200),
+                                        gRandom->Uniform(0, 400)));
             hit->AddDigit(IDigitProxy(&sim.noiseDigits.back()));
             event.push_back(IHandle<IHit>(hit));
         }
@@ -100,11 +101,10 @@ namespace {
         for (IG4VHit* deposit : distinct) energy += deposit->GetEnergyDeposit();
         const TVector3& position = cluster->GetPosition();
         std::cout << "  cluster " << rank << ": " << IHandle<IComboHit>(cluster)->GetHits().size()
-                  << " hits, charge " << std::fixed << std::setprecision(1)
-                  << cluster->GetCharge() << " at (" << position.X() << ", " << position.Y()
-                  << ", " << position.Z() << "); " << deposits.size()
-                  << " deposit entries, " << distinct.size() << " distinct, "
-                  << energy << " deposited" << std::endl;
+                  << " hits, charge " << std::fixed << std::setprecision(1) << cluster->GetCharge()
+                  << " at (" << position.X() << ", " << position.Y() << ", " << position.Z()
+                  << "); " << deposits.size() << " deposit entries, " << distinct.size()
+                  << " distinct, " << energy << " deposited" << std::endl;
         std::cout.unsetf(std::ios::fixed);
         std::cout << std::setprecision(6);
     }
@@ -128,8 +128,8 @@ namespace {
         IChargeClusters clusterer(10.0, 10.0, 10.0);
         std::unique_ptr<IHitSelection> clusters(clusterer(event));
         std::cout << event.size() << " hits in '" << event.GetName() << "' gave "
-                  << clusters->size() << " clusters in '" << clusters->GetName()
-                  << "' (" << clusters->GetTitle() << ")" << std::endl;
+                  << clusters->size() << " clusters in '" << clusters->GetName() << "' ("
+                  << clusters->GetTitle() << ")" << std::endl;
         PrintSizes(*clusters);
 
         std::cout << "simulated deposits behind the first clusters (largest seed first):"
@@ -138,7 +138,8 @@ namespace {
             PrintTruth((*clusters)[i], i);
         }
         std::cout << "  (a track hit shares a deposit with its neighbour, so a cluster "
-                     "lists it twice; noise hits have no truth)" << std::endl;
+                     "lists it twice; noise hits have no truth)"
+                  << std::endl;
         std::vector<IHitSelection> groups;
         for (const IHandle<IHit>& cluster : *clusters) {
             const IHitSelection& members = IHandle<IComboHit>(cluster)->GetHits();

@@ -28,8 +28,8 @@ namespace {
 
     // In each plane a track leaves its charge on the pad it crosses and a
     // share of it on one or two neighbours.
-    void AddTrack(TRandom& random, IHitSelection& event, int firstChannel,
-                  double x0, double y0, double slopeX, double slopeY) {
+    void AddTrack(TRandom& random, IHitSelection& event, int firstChannel, double x0, double y0,
+                  double slopeX, double slopeY) {
         int channel = firstChannel;
         for (int plane = 0; plane < kPlanes; ++plane) {
             double z = plane * kPlaneStep;
@@ -46,8 +46,8 @@ namespace {
 
     void AddNoise(TRandom& random, IHitSelection& event, int count) {
         for (int i = 0; i < count; ++i) {
-            event.push_back(PadHit(5000 + i, random.Uniform(1.0, 6.0),
-                                   random.Uniform(-100, 100), random.Uniform(-100, 100),
+            event.push_back(PadHit(5000 + i, random.Uniform(1.0, 6.0), random.Uniform(-100, 100),
+                                   random.Uniform(-100, 100),
                                    random.Integer(kPlanes) * kPlaneStep));
         }
     }
@@ -58,8 +58,8 @@ namespace {
         for (int i = 0; i < 3; ++i) {
             for (int pad = 0; pad < 5; ++pad) {
                 event.push_back(PadHit(8000 + 10 * i + pad, random.Uniform(300, 500),
-                                       where[i][0] + kPadPitch * (pad - 2),
-                                       where[i][1], where[i][2]));
+                                       where[i][0] + kPadPitch * (pad - 2), where[i][1],
+                                       where[i][2]));
             }
         }
     }
@@ -82,8 +82,8 @@ namespace {
                 ++plain;
             }
         }
-        std::cout << "  " << event.size() << " hits gave " << result->size() << " entries: "
-                  << result->size() - plain << " combo hits and " << plain
+        std::cout << "  " << event.size() << " hits gave " << result->size()
+                  << " entries: " << result->size() - plain << " combo hits and " << plain
                   << " single hits of oversized clusters" << std::endl;
         PrintSizes(bySize);
     }
@@ -102,10 +102,10 @@ namespace {
             ++bySize[clusters.back().size()];
             clustered += clusters.back().size();
         }
-        std::cout << "  " << clusterer.GetClusterCount() << " clusters of "
-                  << clustered << " hits, largest first; " << clusterer.ls() - clustered
-                  << " hits left over, " << event.size() - clusterer.ls()
-                  << " dropped with clusters below 5 hits" << std::endl;
+        std::cout << "  " << clusterer.GetClusterCount() << " clusters of " << clustered
+                  << " hits, largest first; " << clusterer.ls() - clustered << " hits left over, "
+                  << event.size() - clusterer.ls() << " dropped with clusters below 5 hits"
+                  << std::endl;
         PrintSizes(bySize);
         return clusters;
     }

@@ -27,7 +27,8 @@ namespace {
         const double side = 1000.0 * std::cbrt(kHits / 1000.0);
         IHitSelection event("event", "A large event");
         auto anywhere = [&]() {
-            return TVector3(random.Uniform(0, side), random.Uniform(0, side), random.Uniform(0, side));
+            return TVector3(random.Uniform(0, side), random.Uniform(0, side),
+                            random.Uniform(0, side));
         };
         auto add = [&](double charge, const TVector3& position) {
             event.push_back(IHandle<IHit>(new ISingleHit(event.size(), charge, position)));
@@ -35,7 +36,8 @@ namespace {
         while (event.size() < kHits * 6 / 10) {
             TVector3 start = anywhere(), step;
             random.Sphere(step[0], step[1], step[2], 8.0);
-            for (int i = 0; i < 100; ++i) add(std::min(random.Landau(20.0, 3.0), 200.0), start + i * step);
+            for (int i = 0; i < 100; ++i)
+                add(std::min(random.Landau(20.0, 3.0), 200.0), start + i * step);
         }
         while (event.size() < kHits * 9 / 10) {
             TVector3 core = anywhere();

@@ -46,30 +46,27 @@ namespace {
         IDelaunay2D mesh;
         for (const IHandle<IHit>& hit : event) {
             // The mesh takes the point; a failed insertion would give null.
-            if (!mesh.AddPoint(new IMeshXYPoint(hit->GetPosition().X(),
-                                                hit->GetPosition().Y()))) {
+            if (!mesh.AddPoint(new IMeshXYPoint(hit->GetPosition().X(), hit->GetPosition().Y()))) {
                 std::cout << "insertion failed for channel " << hit->GetGeomId().AsInt()
                           << std::endl;
             }
         }
         int triangles = 0;
-        for (IDelaunay2D::ITriangleIterator t = mesh.BeginTriangles();
-             t != mesh.EndTriangles(); ++t) {
+        for (IDelaunay2D::ITriangleIterator t = mesh.BeginTriangles(); t != mesh.EndTriangles();
+             ++t) {
             ++triangles;
         }
         mesh.Close();
         std::cout << event.size() << " hits give " << mesh.GetPoints().size() << " points, "
                   << mesh.GetEdges().size() << " edges (" << triangles
-                  << " finite triangles, counting those on the far scaffold corners)"
-                  << std::endl;
+                  << " finite triangles, counting those on the far scaffold corners)" << std::endl;
 
         // The routes from the first hit of the rising track to its last.
         IMeshPoint* start = PointAt(mesh, event[0]);
         IMeshPoint* end = PointAt(mesh, event[22]);
         IMeshPoint::PathVector routes = start->GetPaths(end, 3, 20);
-        std::cout << "routes from (" << start->X() << ", " << start->Y() << ") to ("
-                  << end->X() << ", " << end->Y() << "), each read from its end:"
-                  << std::endl;
+        std::cout << "routes from (" << start->X() << ", " << start->Y() << ") to (" << end->X()
+                  << ", " << end->Y() << "), each read from its end:" << std::endl;
         for (const IMeshPoint::PointVector& route : routes) {
             std::cout << "  " << route.size() << " points:";
             for (const IMeshPoint* p : route) std::cout << " (" << p->X() << ", " << p->Y() << ")";
@@ -90,6 +87,5 @@ namespace {
         canvas.SaveAs(picture.c_str());
     }
 
-    tour::Register delaunaySection(30, "Mesh: Delaunay triangulation of hits and routes",
-                                   Delaunay);
+    tour::Register delaunaySection(30, "Mesh: Delaunay triangulation of hits and routes", Delaunay);
 }

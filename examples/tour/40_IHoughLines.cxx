@@ -41,8 +41,7 @@ namespace {
 
     // Measurements every 20 mm along each track, smeared by 1 mm across it,
     // and a sprinkling of noise over the whole space.
-    void FillEvent(IHoughLines& space, const std::vector<StraightTrack>& tracks,
-                   int noise) {
+    void FillEvent(IHoughLines& space, const std::vector<StraightTrack>& tracks, int noise) {
         for (const StraightTrack& track : tracks) {
             double c = std::cos(track.angle);
             double s = std::sin(track.angle);
@@ -52,8 +51,8 @@ namespace {
             }
         }
         for (int i = 0; i < noise; ++i) {
-            space.AddPoint(new Measurement(gRandom->Uniform(-500, 500),
-                                           gRandom->Uniform(-500, 500)));
+            space.AddPoint(
+                new Measurement(gRandom->Uniform(-500, 500), gRandom->Uniform(-500, 500)));
         }
     }
 
@@ -70,8 +69,8 @@ namespace {
 
     void PrintLine(const IHoughLine& line, const IHoughLine::Points& points) {
         std::cout << std::fixed << std::setprecision(1) << "line at "
-                  << line.GetAngle() * TMath::RadToDeg() << " deg, radius "
-                  << line.GetRadius() << " mm, weight " << line.GetWeight() << ":";
+                  << line.GetAngle() * TMath::RadToDeg() << " deg, radius " << line.GetRadius()
+                  << " mm, weight " << line.GetWeight() << ":";
         int column = 0;
         for (const IHoughPoint* point : points) {
             if (column++ % 6 == 0) std::cout << "\n   ";
@@ -86,8 +85,7 @@ namespace {
         IHoughLines space(-500, -500, 500, 500, 10, 2, 0);
         IORVEXLog::SetLogLevel(IORVEXLog::LogLevel);
 
-        std::vector<StraightTrack> tracks = {
-            {0.4, -200, 300}, {-0.5, 250, 250}, {1.3, 20, 380}};
+        std::vector<StraightTrack> tracks = {{0.4, -200, 300}, {-0.5, 250, 250}, {1.3, 20, 380}};
         FillEvent(space, tracks, 60);
         std::cout << space.GetPoints().size() << " measurements: 3 tracks and 60 noise points"
                   << std::endl;
@@ -103,9 +101,8 @@ namespace {
         for (IHoughLine& line : space.GetLines()) {
             if (line.GetPoints().size() > 2) found.push_back(&line);
         }
-        std::sort(found.begin(), found.end(), [](IHoughLine* a, IHoughLine* b) {
-            return a->GetWeight() > b->GetWeight();
-        });
+        std::sort(found.begin(), found.end(),
+                  [](IHoughLine* a, IHoughLine* b) { return a->GetWeight() > b->GetWeight(); });
         std::cout << found.size() << " lines keep more than 2 points after RemoveShared(1.0),"
                   << " heaviest first:" << std::endl;
         for (IHoughLine* line : found) PrintLine(*line, line->GetPoints());

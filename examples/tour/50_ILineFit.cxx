@@ -21,14 +21,14 @@ using namespace ORVEX;
 
 namespace {
     struct Track {
-        double intercept;   // y at x = 0, mm
-        double slope;       // dy/dx
+        double intercept;  // y at x = 0, mm
+        double slope;      // dy/dx
     };
 
     const Track kTracks[] = {{-40.0, 0.35}, {10.0, -0.12}, {75.0, -0.6}};
     const int kPlanes = 12;
-    const double kPitch = 30.0;       // mm between planes along x
-    const double kResolution = 0.8;   // mm in y
+    const double kPitch = 30.0;      // mm between planes along x
+    const double kResolution = 0.8;  // mm in y
 
     // One hit per plane per track, smeared in y.
     std::vector<IHitSelection> MakeEvent(TRandom& random) {
@@ -37,10 +37,10 @@ namespace {
             IHitSelection hits("hits", "Hit Handles");
             for (int plane = 0; plane < kPlanes; ++plane) {
                 double x = kPitch * plane;
-                double y = kTracks[t].intercept + kTracks[t].slope * x +
-                           random.Gaus(0.0, kResolution);
-                hits.push_back(IHandle<IHit>(
-                    new ISingleHit(100 * plane + t, 1.0, TVector3(x, y, 0.0))));
+                double y =
+                    kTracks[t].intercept + kTracks[t].slope * x + random.Gaus(0.0, kResolution);
+                hits.push_back(
+                    IHandle<IHit>(new ISingleHit(100 * plane + t, 1.0, TVector3(x, y, 0.0))));
             }
             event.push_back(hits);
         }

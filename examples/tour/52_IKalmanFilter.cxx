@@ -25,14 +25,14 @@ namespace {
         TRandom3 random(52);
 
         std::pair<Matrix, Matrix> model = FilterComponentInitializer();
-        Vector start(4);   // nothing known: at the origin with a wide covariance
+        Vector start(4);  // nothing known: at the origin with a wide covariance
         Matrix covariance(4, 4);
         covariance(0, 0) = covariance(1, 1) = 1e4;
         covariance(2, 2) = covariance(3, 3) = 1.0;
         IKalmanFilter filter(model.first, model.second, start, covariance);
 
         Matrix process(4, 4);
-        process(2, 2) = process(3, 3) = 1e-8;   // a little scattering in the slopes
+        process(2, 2) = process(3, 3) = 1e-8;  // a little scattering in the slopes
         Matrix measurementCovariance(2, 2);
         measurementCovariance(0, 0) = measurementCovariance(1, 1) = resolution * resolution;
 
@@ -50,16 +50,17 @@ namespace {
             filter.Update(measured, measurementCovariance);
             const Vector& state = static_cast<const IKalmanFilter&>(filter).GetState();
             if (plane <= 3 || plane % 4 == 0 || plane == planes) {
-                std::printf("%5d  %8.2f %8.2f   %8.2f %8.2f   %8.4f %8.4f\n", plane,
-                            measured(0), measured(1), state(0), state(1), state(2), state(3));
+                std::printf("%5d  %8.2f %8.2f   %8.2f %8.2f   %8.4f %8.4f\n", plane, measured(0),
+                            measured(1), state(0), state(1), state(2), state(3));
             }
         }
         const Vector& state = static_cast<const IKalmanFilter&>(filter).GetState();
         const Matrix& errors = static_cast<const IKalmanFilter&>(filter).GetCovariance();
-        std::printf("true slopes %.4f %.4f; filter %.4f +- %.4f, %.4f +- %.4f; "
-                    "line fits %.4f, %.4f\n",
-                    ty, tz, state(2), std::sqrt(errors(2, 2)), state(3), std::sqrt(errors(3, 3)),
-                    fitY.GetSlope(), fitZ.GetSlope());
+        std::printf(
+            "true slopes %.4f %.4f; filter %.4f +- %.4f, %.4f +- %.4f; "
+            "line fits %.4f, %.4f\n",
+            ty, tz, state(2), std::sqrt(errors(2, 2)), state(3), std::sqrt(errors(3, 3)),
+            fitY.GetSlope(), fitZ.GetSlope());
     }
 
     tour::Register kalmanSection(52, "Kalman filter: one track, plane by plane", FollowTrack);

@@ -17,8 +17,8 @@
 using namespace ORVEX;
 
 namespace {
-    const double kStepSpread = 1.0;      // the walk's step
-    const double kReadingSpread = 2.0;   // the reading's noise
+    const double kStepSpread = 1.0;     // the walk's step
+    const double kReadingSpread = 2.0;  // the reading's noise
 
     // The reading the particles are weighed against in the present step.
     double gReading = 0.0;

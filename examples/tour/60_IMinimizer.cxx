@@ -20,13 +20,13 @@
 using namespace ORVEX;
 
 namespace {
-    const double kRadius = 600.0;      // mm, the track's true radius
-    const double kCentreX = 0.0;       // the track leaves the origin along +x
-    const double kCentreY = kRadius;   // and curves towards +y
+    const double kRadius = 600.0;     // mm, the track's true radius
+    const double kCentreX = 0.0;      // the track leaves the origin along +x
+    const double kCentreY = kRadius;  // and curves towards +y
     const int kPlanes = 12;
-    const double kPitch = 40.0;        // mm between planes along x
-    const double kResolution = 0.5;    // mm in y
-    const double kField = 0.2;         // tesla, along z
+    const double kPitch = 40.0;      // mm between planes along x
+    const double kResolution = 0.5;  // mm in y
+    const double kField = 0.2;       // tesla, along z
 
     // One hit per plane where the circle crosses it, smeared in y.
     IHitSelection MakeTrack(TRandom& random) {
@@ -102,7 +102,8 @@ namespace {
         TGraph circle;
         for (int i = 0; i <= 100; ++i) {
             double xc = kPitch * kPlanes * i / 100.0;
-            circle.SetPoint(i, xc, par[1] - std::sqrt(par[2] * par[2] - (xc - par[0]) * (xc - par[0])));
+            circle.SetPoint(i, xc,
+                            par[1] - std::sqrt(par[2] * par[2] - (xc - par[0]) * (xc - par[0])));
         }
         circle.SetLineColor(kRed);
         circle.Draw("L");
@@ -142,6 +143,7 @@ namespace {
         Draw(migradChi2, migradPar);
     }
 
-    tour::Register circleSection(60, "Minimizers: a circle fit to a curved track by SIMPLEX and MIGRAD",
+    tour::Register circleSection(60,
+                                 "Minimizers: a circle fit to a curved track by SIMPLEX and MIGRAD",
                                  CircleFits);
 }

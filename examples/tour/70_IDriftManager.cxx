@@ -31,7 +31,7 @@ namespace {
     const double kOmegaTau = 0.3;
     const double kTranDiff = 0.075;  // mm per sqrt(mm)
     const double kLongDiff = 0.085;
-    const double kTesla = 0.001;     // the host's field unit
+    const double kTesla = 0.001;  // the host's field unit
     const std::vector<double> kReleaseX = {-100.0, -300.0, -500.0, -700.0};
 
     /// 0.2 T along the drift with a transverse part that grows towards the
@@ -75,13 +75,13 @@ namespace {
             double mean, rms;
             ArrivalSpread(cloud, mean, rms);
             double distance = cloud.GetXDriftLength();
-            double expected = kLongDiff * std::sqrt(distance) /
-                              std::fabs(cloud.GetMeanDriftXVelocity());
+            double expected =
+                kLongDiff * std::sqrt(distance) / std::fabs(cloud.GetMeanDriftXVelocity());
             std::cout << std::fixed << std::setprecision(3) << "  " << std::setw(6)
                       << std::setprecision(0) << distance << " mm" << std::setw(6)
-                      << cloud.NumberDriftSteps() << std::setprecision(3) << std::setw(13)
-                      << mean << std::setw(13) << rms << std::setw(10) << expected
-                      << std::setw(13) << cloud.GetPosition().Y() - start.Y() << std::endl;
+                      << cloud.NumberDriftSteps() << std::setprecision(3) << std::setw(13) << mean
+                      << std::setw(13) << rms << std::setw(10) << expected << std::setw(13)
+                      << cloud.GetPosition().Y() - start.Y() << std::endl;
             if (!picture) continue;
             for (int e = 0; e < 3000; ++e) {
                 TVector3 p = cloud.GetAnElectronsPosition(kTranDiff, kLongDiff, false);

@@ -24,9 +24,9 @@
 using namespace ORVEX;
 
 namespace {
-    const double kCoilRadius = 1200.0;    // mm
-    const double kYokeRadius = 1500.0;    // mm
-    const double kHalfLength = 1500.0;    // mm
+    const double kCoilRadius = 1200.0;  // mm
+    const double kYokeRadius = 1500.0;  // mm
+    const double kHalfLength = 1500.0;  // mm
 
     /// The solenoid in tesla: 1 T along Z inside the coil, a weak return
     /// field between coil and yoke, nothing outside.
@@ -41,7 +41,9 @@ namespace {
     /// A fine simulation of the particle by Runge-Kutta steps of the Lorentz
     /// force, independent of the tracker: dx/ds = p/|p|, dp/ds =
     /// 0.3 q (p/|p|) x B in MeV/c per mm for B in tesla.
-    struct State { TVector3 x, p; };
+    struct State {
+        TVector3 x, p;
+    };
 
     State Derivative(const State& s, double charge) {
         TVector3 direction = s.p.Unit();
@@ -60,9 +62,8 @@ namespace {
             State k2 = Derivative(Advance(now, k1, h / 2), charge);
             State k3 = Derivative(Advance(now, k2, h / 2), charge);
             State k4 = Derivative(Advance(now, k3, h), charge);
-            path.push_back(State{
-                now.x + (h / 6) * (k1.x + 2 * k2.x + 2 * k3.x + k4.x),
-                now.p + (h / 6) * (k1.p + 2 * k2.p + 2 * k3.p + k4.p)});
+            path.push_back(State{now.x + (h / 6) * (k1.x + 2 * k2.x + 2 * k3.x + k4.x),
+                                 now.p + (h / 6) * (k1.p + 2 * k2.p + 2 * k3.p + k4.p)});
         }
         return path;
     }
@@ -87,19 +88,19 @@ namespace {
         std::unique_ptr<TGraph> sparseXY, sparseZX, denseXY, denseZX;
     };
 
-    Tracked TrackOne(ITrajectoryTracker& tracker, const char* name, int pdg,
-                     double charge, const TVector3& momentum, int colour) {
+    Tracked TrackOne(ITrajectoryTracker& tracker, const char* name, int pdg, double charge,
+                     const TVector3& momentum, int colour) {
         const double h = 0.5;
         std::vector<State> fine = Simulate(State{TVector3(0, 0, 0), momentum}, charge, 3000.0, h);
-        IG4Trajectory trajectory = Store(pdg, fine, 1000);   // every 500 mm
+        IG4Trajectory trajectory = Store(pdg, fine, 1000);  // every 500 mm
         std::vector<TVector3> dense;
         IFieldManager::ResetLookupCount();
         int n = tracker.G4Track(trajectory, dense);
         double worst = 0;
         for (int i = 0; i < n; ++i) worst = std::max(worst, DistanceToPath(dense[i], fine));
-        std::cout << name << ": " << trajectory.GetTrajectoryPoints().size()
-                  << " stored points -> " << n << " dense points, "
-                  << IFieldManager::GetLookupCount() << " field lookups; farthest"
+        std::cout << name << ": " << trajectory.GetTrajectoryPoints().size() << " stored points -> "
+                  << n << " dense points, " << IFieldManager::GetLookupCount()
+                  << " field lookups; farthest"
                   << " dense point from the simulated path: " << worst << " mm" << std::endl;
 
         Tracked graphs{std::make_unique<TGraph>(), std::make_unique<TGraph>(),
@@ -129,7 +130,7 @@ namespace {
 
     void Tracking() {
         IFieldManager::SetFieldMap([](const TLorentzVector& at) {
-            return 0.001 * SolenoidTesla(at.Vect());   // host unit: 0.001 per tesla
+            return 0.001 * SolenoidTesla(at.Vect());  // host unit: 0.001 per tesla
         });
         ITrajectoryTracker tracker;
         Tracked muon = TrackOne(tracker, "mu-", 13, -1.0, TVector3(240, 60, 120), 4);
@@ -139,8 +140,8 @@ namespace {
         TCanvas canvas("trackingCanvas", "Sparse and dense paths", 1200, 600);
         canvas.Divide(2, 1);
         canvas.cd(1);
-        TH1F* frame = gPad->DrawFrame(-2500, -2500, 2500, 2500,
-                                      "Across the solenoid;X (mm);Y (mm)");
+        TH1F* frame =
+            gPad->DrawFrame(-2500, -2500, 2500, 2500, "Across the solenoid;X (mm);Y (mm)");
         frame->SetStats(false);
         TEllipse coil(0, 0, kCoilRadius), yoke(0, 0, kYokeRadius);
         for (TEllipse* circle : {&coil, &yoke}) {
@@ -160,9 +161,10 @@ namespace {
         }
         std::string picture = tour::OutputPath("trajectory_tracking.png");
         canvas.SaveAs(picture.c_str());
-        std::cout << "stored points (markers, dashed) and dense paths (solid) in "
-                  << picture << std::endl;
+        std::cout << "stored points (markers, dashed) and dense paths (solid) in " << picture
+                  << std::endl;
     }
 
-    tour::Register trackingSection(80, "Trajectory tracking: dense paths through a solenoid", Tracking);
+    tour::Register trackingSection(80, "Trajectory tracking: dense paths through a solenoid",
+                                   Tracking);
 }

@@ -31,8 +31,7 @@ namespace tour {
     struct View {
         double zMin, zMax, xMin, xMax;
     };
-    void DrawHitGroups(const char* file, const char* title,
-                       const ORVEX::IHitSelection& event,
+    void DrawHitGroups(const char* file, const char* title, const ORVEX::IHitSelection& event,
                        const std::vector<ORVEX::IHitSelection>& groups, const View& view);
 }
 

@@ -32,12 +32,11 @@ namespace {
     }
 }
 
-void tour::DrawHitGroups(const char* file, const char* title,
-                         const ORVEX::IHitSelection& event,
+void tour::DrawHitGroups(const char* file, const char* title, const ORVEX::IHitSelection& event,
                          const std::vector<ORVEX::IHitSelection>& groups, const View& view) {
     TCanvas canvas("hitGroups", title, 700, 600);
-    TH2F frame("hitGroupsFrame", (std::string(title) + ";z (mm);x (mm)").c_str(), 10,
-               view.zMin, view.zMax, 10, view.xMin, view.xMax);
+    TH2F frame("hitGroupsFrame", (std::string(title) + ";z (mm);x (mm)").c_str(), 10, view.zMin,
+               view.zMax, 10, view.xMin, view.xMax);
     frame.SetStats(false);
     frame.Draw();
     std::vector<std::unique_ptr<TGraph> > graphs;

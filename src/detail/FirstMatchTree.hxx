@@ -54,8 +54,10 @@ private:
     void Update(std::size_t node) {
         const std::size_t left = 2 * node, right = 2 * node + 1;
         fAny[node] = fAny[left] || fAny[right];
-        if (fAny[left] && fAny[right]) fMax[node] = std::max(fMax[left], fMax[right]);
-        else if (fAny[node]) fMax[node] = fAny[left] ? fMax[left] : fMax[right];
+        if (fAny[left] && fAny[right])
+            fMax[node] = std::max(fMax[left], fMax[right]);
+        else if (fAny[node])
+            fMax[node] = fAny[left] ? fMax[left] : fMax[right];
     }
 
     template <class Test>
