@@ -2,6 +2,7 @@
 # Sets up everything the build needs on a fresh machine, idempotently:
 #   - the Debian packages (compiler, CMake, Ninja, GoogleTest, Google
 #     Benchmark, clang-format, Doxygen), installed only when missing;
+#   - the pinned Python packages of python/requirements.txt in .venv;
 #   - ROOT: one already on the machine (ROOT_DIR in the environment, or
 #     root-config on the PATH), otherwise the ROOT package of the Python
 #     registry, pinned, in the project's own .venv.
@@ -15,7 +16,8 @@ venv="$here/.venv"
 log() { echo "setup: $*" >&2; }
 
 install_debian_packages() {
-    local wanted=(g++ make cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev clang-format doxygen)
+    local wanted=(g++ make cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev clang-format doxygen
+                  libcgal-dev clang libclang-rt-14-dev)
     # python3 with its venv module may come from elsewhere than Debian
     # (pyenv, a module system); Debian's is installed only when none works.
     python3 -c 'import ensurepip, venv' 2>/dev/null || wanted+=(python3 python3-venv)
@@ -60,7 +62,19 @@ install_venv_root() {
     echo "-DROOT_DIR=$cmake_dir"
 }
 
+# Reinstalled only when the pinned list changes: a copy of the list that
+# was installed is kept inside .venv.
+install_venv_packages() {
+    local wanted="$here/python/requirements.txt" installed="$venv/.ovutility-requirements"
+    cmp -s "$wanted" "$installed" && return
+    [ -x "$venv/bin/pip" ] || python3 -m venv "$venv" >&2
+    log "installing the pinned Python packages into .venv"
+    "$venv/bin/pip" install --quiet -r "$wanted" >&2
+    cp "$wanted" "$installed"
+}
+
 install_debian_packages
+install_venv_packages
 if [ -n "${ROOT_DIR:-}" ]; then
     echo "-DROOT_DIR=$ROOT_DIR"
 elif [ -z "$(venv_root_cmake_dir)" ] && command -v root-config >/dev/null; then
