@@ -14,6 +14,10 @@ namespace ORVEX {
     /// IMeshPoint::GetPaths before it searches.
     ORVEX_EXCEPTION(EMeshPathEnd, EovUtility);
 
+    /// A null point or edge handed to IMesh::AddPoint or IMesh::AddEdge,
+    /// which would keep it in a set ordered by coordinates.
+    ORVEX_EXCEPTION(EMeshNull, EovUtility);
+
     class IMeshPoint;
     class IMeshEdge;
     class IMesh;
