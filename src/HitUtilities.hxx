@@ -1,14 +1,24 @@
 #ifndef ORVEX_HitUtilities_hxx_seen
 #define ORVEX_HitUtilities_hxx_seen
 
+#include <algorithm>
 #include <functional>
+#include <vector>
 
+#include <EovUtility.hxx>
 #include <IHandle.hxx>
 #include <IHit.hxx>
 #include <IHitKinds.hxx>
 #include <IHitSelection.hxx>
+#include <IORVEXLog.hxx>
 
 #include "IHitFilter.hxx"
+
+namespace ORVEX {
+    /// A combo hit found among its own members, directly or deeper down;
+    /// thrown by hits::UnpackHits, which would otherwise never end.
+    ORVEX_EXCEPTION(ECyclicComboHit, EovUtility);
+}
 
 /// Set arithmetic on hits.  Two hits are the same when they share a leaf
 /// hit, never because their fields agree.
@@ -32,9 +42,18 @@ namespace hits {
     void Unique(IHitSelection& hits);
 
     /// Write the leaves of `h` to `result`, depth first: a hit that isn't
-    /// a combo hit (a null handle too) is its own leaf.
+    /// a combo hit (a null handle too) is its own leaf.  A combo hit that
+    /// contains itself throws ORVEX::ECyclicComboHit.
     template <typename OutputIterator>
     void UnpackHits(const IHandle<IHit>& h, OutputIterator result);
+
+    namespace detail {
+        /// UnpackHits below the combo hits in `opened`, the ones being
+        /// unpacked on the way down from the top.
+        template <typename OutputIterator>
+        void UnpackHits(const IHandle<IHit>& h, OutputIterator result,
+                        std::vector<const TObject*>& opened);
+    }
 
     class IOverlappedHitFilter;
 
@@ -82,16 +101,33 @@ inline bool hits::IOverlappedHitFilter::operator()(const IHandle<IHit>& c) const
 
 template <typename OutputIterator>
 void hits::UnpackHits(const IHandle<IHit>& h, OutputIterator result) {
+    std::vector<const TObject*> opened;
+    detail::UnpackHits(h, result, opened);
+}
+
+template <typename OutputIterator>
+void hits::detail::UnpackHits(const IHandle<IHit>& h, OutputIterator result,
+                              std::vector<const TObject*>& opened) {
     IHandle<ORVEX::IComboHit> c(h);
     if (!c) {
         *result = h;
         return;
     }
+    // Only a combo hit on the way down is a cycle: one shared by two
+    // members is unpacked twice, and its leaves stay duplicated.
+    const TObject* combo = c.GetPointerValue();
+    if (std::find(opened.begin(), opened.end(), combo) != opened.end()) {
+        ORVEXError("hits::UnpackHits: combo hit " << combo << " contains itself at depth "
+                                                  << opened.size());
+        throw ORVEX::ECyclicComboHit();
+    }
+    opened.push_back(combo);
     const IHitSelection& members = c->GetHits();
     for (IHitSelection::const_iterator member = members.begin(); member != members.end();
          ++member) {
-        UnpackHits(*member, result);
+        UnpackHits(*member, result, opened);
     }
+    opened.pop_back();
 }
 
 #endif

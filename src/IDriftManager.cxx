@@ -1,12 +1,18 @@
 #include "IDriftManager.hxx"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <iostream>
 
 #include <IFieldManager.hxx>
+#include <IORVEXLog.hxx>
 
 namespace {
+    /// The calls of vx that one accepted pass of step doubling makes: 4 in
+    /// the full step, 3 and 4 in the two half steps.
+    const int kVxCallsPerPass = 11;
+
     /// The magnetic field at a position and time, in the host's unit.
     TVector3 FieldAt(const TVector3& position, double time) {
         return ORVEX::IFieldManager::GetFieldValue(TLorentzVector(position, time));
@@ -159,6 +165,17 @@ bool ORVEX::IDriftManager::Drift(double lim, bool driftUntilXLim, IElectronCloud
         std::cerr << "IDriftManager not initialized !!!!" << std::endl;
         return false;
     }
+    // The call counts are handed back as ints, and a drift that uses up its
+    // budget makes at least kVxCallsPerPass calls of vx per step.  A larger
+    // budget would overflow them; at 29 field lookups a pass it is hours of
+    // work that no drift across a volume comes near, and is only ever met
+    // with a limit that the drift never reaches.
+    if (fMaxNbrDriftSteps > INT_MAX / kVxCallsPerPass) {
+        ORVEXError("ORVEX::IDriftManager::Drift: MaxNbrDriftSteps "
+                   << fMaxNbrDriftSteps << " exceeds " << INT_MAX / kVxCallsPerPass
+                   << ", the most steps whose calls an int counts");
+        throw EDriftRunaway();
+    }
     fNbrStepCalls = 0;
     fNbrVxCalls = 0;
     fMinUsedH = 99999999.0;
@@ -181,6 +198,8 @@ bool ORVEX::IDriftManager::Drift(double lim, bool driftUntilXLim, IElectronCloud
     double meanDriftXVelocity = 0;
     bool reachedTheLim = false;
     while (!reachedTheLim && nbrSteps < fMaxNbrDriftSteps) {
+        const int stepsBefore = nbrSteps;
+        const double hBefore = h;
         TLorentzVector xtemp = Step(xcurr, charge, h, false);
         if (fUseAdaptiveStepSize != 0) {
             ControlStep(xtemp, charge, h, xcurr, vcurr, meanDriftXVelocity, nbrSteps);
@@ -194,6 +213,15 @@ bool ORVEX::IDriftManager::Drift(double lim, bool driftUntilXLim, IElectronCloud
         reachedTheLim = CathodeReached(xcurr, vcurr, startX);
         if (LimitPassed(xcurr, vcurr, lim, driftUntilXLim, initsign, startTime)) {
             reachedTheLim = true;
+        }
+        // A rejected pass that leaves the step as it was is repeated from the
+        // same point with the same step, and rejected again, for ever: an
+        // exact step (error 0) with an ErrorTol of 0 or less does this.
+        if (!reachedTheLim && nbrSteps == stepsBefore && h == hBefore) {
+            ORVEXError("ORVEX::IDriftManager::Drift: step "
+                       << h << " rejected again at (" << xcurr.X() << ", " << xcurr.Y() << ", "
+                       << xcurr.Z() << ") with ErrorTol " << fErrorTol);
+            throw EDriftRunaway();
         }
     }
     // Also when the last allowed step reached the limit.
@@ -228,6 +256,15 @@ void ORVEX::IDriftManager::ControlStep(const TLorentzVector& xtemp, double charg
     TLorentzVector xmid = Step(xcurr, charge, h / 2, true);
     TLorentzVector xhalfh = Step(xmid, charge, h / 2, false);
     double errorEst = (xhalfh.Vect() - xtemp.Vect()).Mag();
+    // A NaN error (from a NaN position or field) or a NaN tolerance is
+    // never compared true: no pass would ever be accepted.
+    if (std::isnan(errorEst) || std::isnan(fErrorTol)) {
+        ORVEXError("ORVEX::IDriftManager::Drift: step "
+                   << h << " from (" << xcurr.X() << ", " << xcurr.Y() << ", " << xcurr.Z()
+                   << ") at time " << xcurr.T() << " has error estimate " << errorEst
+                   << " against ErrorTol " << fErrorTol);
+        throw EDriftNotANumber();
+    }
     if (fErrorTol > errorEst || fMinDriftStepTime > h) {
         vcurr = (xtemp.Vect() - xcurr.Vect()) * (1 / h);
         meanDriftXVelocity += vcurr.X();

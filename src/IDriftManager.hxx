@@ -4,9 +4,19 @@
 #include <TLorentzVector.h>
 #include <TVector3.h>
 
+#include <EovUtility.hxx>
+
 #include "IElectronCloud.hxx"
 
 namespace ORVEX {
+    /// The root of the exceptions of the drift.
+    ORVEX_EXCEPTION(EDrift, EovUtility);
+    /// An adaptive step whose error estimate or next size is no number (a
+    /// NaN position, field or tolerance): no step could ever be accepted.
+    ORVEX_EXCEPTION(EDriftNotANumber, EDrift);
+    /// A drift about to make more calls than its int counters can hold.
+    ORVEX_EXCEPTION(EDriftRunaway, EDrift);
+
     class IDriftManager;
     class IDriftManagerInspector;
 }

@@ -2,6 +2,8 @@
 
 #include <TVirtualPad.h>
 
+#include <IORVEXLog.hxx>
+
 ORVEX::IMesh::IMesh() : fUnitXLength(1.0), fUnitYLength(1.0) {}
 
 ORVEX::IMesh::~IMesh() {
@@ -20,6 +22,11 @@ ORVEX::IMesh::~IMesh() {
 }
 
 ORVEX::IMeshPoint* ORVEX::IMesh::AddPoint(IMeshPoint* point) {
+    // A null point would be read by the first comparison of a later one.
+    if (!point) {
+        ORVEXError("ORVEX::IMesh::AddPoint: point is null");
+        throw EMeshNull();
+    }
     std::pair<TMeshPointSet::iterator, bool> inserted = fPoints.insert(point);
     IMeshPoint* stored = *inserted.first;
     if (stored != point) delete point;
@@ -27,6 +34,10 @@ ORVEX::IMeshPoint* ORVEX::IMesh::AddPoint(IMeshPoint* point) {
 }
 
 ORVEX::IMeshEdge* ORVEX::IMesh::AddEdge(IMeshEdge* edge) {
+    if (!edge) {
+        ORVEXError("ORVEX::IMesh::AddEdge: edge is null");
+        throw EMeshNull();
+    }
     TMeshEdgeSet::iterator found = fEdges.find(edge);
     if (found != fEdges.end() && *found != edge) {
         delete edge;

@@ -34,13 +34,13 @@ public:
 
     /// Takes ownership of `point`.  When a point with the same coordinates
     /// is already stored, `point` is deleted and the stored one is returned:
-    /// go on with the result.  A null point has no meaning here and is not
-    /// guarded against (nor is a null edge in AddEdge).
+    /// go on with the result.  A null point throws EMeshNull.
     virtual IMeshPoint* AddPoint(IMeshPoint* point);
 
     /// Takes ownership of `edge`.  When an equivalent edge is already stored,
     /// `edge` is deleted and the stored one is returned.  Either way the
-    /// edge is attached to the mesh's points at its two ends.
+    /// edge is attached to the mesh's points at its two ends.  A null edge
+    /// throws EMeshNull.
     virtual IMeshEdge* AddEdge(IMeshEdge* edge);
 
     /// The points, keyed by coordinates.

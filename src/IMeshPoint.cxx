@@ -4,6 +4,8 @@
 #include <deque>
 #include <ostream>
 
+#include <IORVEXLog.hxx>
+
 #include "IMeshEdge.hxx"
 
 namespace ORVEX {
@@ -150,6 +152,13 @@ namespace {
 
 ORVEX::IMeshPoint::PathVector ORVEX::IMeshPoint::GetPaths(const IMeshPoint* end, int maxPaths,
                                                           int maxSteps) const {
+    // The route count is bounded by the edges of `end`, which a null end
+    // doesn't have.
+    if (!end) {
+        ORVEXError("ORVEX::IMeshPoint::GetPaths: end is null (maxPaths "
+                   << maxPaths << ", maxSteps " << maxSteps << ")");
+        throw EMeshPathEnd();
+    }
     std::deque<IPathPoint*> toBeChecked;
     std::set<IPathPoint*> pointsChecked;
     std::vector<IPathPoint*> completedPaths;

@@ -7,7 +7,17 @@
 #include <set>
 #include <vector>
 
+#include <EovUtility.hxx>
+
 namespace ORVEX {
+    /// A route search asked for routes to a null end point; thrown by
+    /// IMeshPoint::GetPaths before it searches.
+    ORVEX_EXCEPTION(EMeshPathEnd, EovUtility);
+
+    /// A null point or edge handed to IMesh::AddPoint or IMesh::AddEdge,
+    /// which would keep it in a set ordered by coordinates.
+    ORVEX_EXCEPTION(EMeshNull, EovUtility);
+
     class IMeshPoint;
     class IMeshEdge;
     class IMesh;
@@ -88,7 +98,7 @@ public:
     /// backwards (`end` first, this point last), and the routes come in the
     /// order they were completed.  At most the lesser of `maxPaths` and
     /// end's edge count routes are searched for; a route may have
-    /// `maxSteps` + 1 points.
+    /// `maxSteps` + 1 points.  A null `end` throws EMeshPathEnd.
     PathVector GetPaths(const IMeshPoint* end, int maxPaths, int maxSteps) const;
 
 private:

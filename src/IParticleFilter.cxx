@@ -49,6 +49,11 @@ ORVEX::IParticleFilter::~IParticleFilter() {
 // The state is taken before it is checked: a rejected state stays in the
 // cloud and stays owned, so nothing leaks when the exception is caught.
 void ORVEX::IParticleFilter::AddState(IParticleState* state, double weight) {
+    // A null particle would be read by every later step of the filter.
+    if (!state) {
+        ORVEXError("ORVEX::IParticleFilter::AddState: state is null (weight " << weight << ")");
+        throw ENullParticleState();
+    }
     fFilterOpen = true;
     fOwned.insert(state);
     fActive.push_back(ActiveState{weight, state});
@@ -84,6 +89,11 @@ void ORVEX::IParticleFilter::UpdateState() {
     if (fFilterOpen) RenormalizeWeights();
     for (ActiveState& particle : fActive) {
         IParticleState* newState = particle.fState->PropagateState();
+        if (!newState) {
+            ORVEXError("ORVEX::IParticleFilter::UpdateState: PropagateState of state "
+                       << particle.fState << " gave null");
+            throw ENullParticleState();
+        }
         fOwned.insert(newState);
         double newWeight = newState->GetProbability();
         if (newWeight < 0.0) {

@@ -16,6 +16,8 @@ namespace ORVEX {
     ORVEX_EXCEPTION(EBadRandom, EParticleFilter);
     /// A state came with a probability that was never set.
     ORVEX_EXCEPTION(EBadProbability, EParticleFilter);
+    /// A null state handed to the filter, or made by a state's step.
+    ORVEX_EXCEPTION(ENullParticleState, EParticleFilter);
 }
 
 /// One state of a particle.  A program derives from it and supplies the
@@ -82,7 +84,8 @@ public:
 
     /// Add a particle with an unnormalised weight; the filter takes the
     /// state.  A state whose probability is not positive is kept all the
-    /// same and then reported with EBadProbability.
+    /// same and then reported with EBadProbability.  A null state throws
+    /// ENullParticleState and is not kept.
     void AddState(IParticleState* state, double weight);
 
     /// The present particles.

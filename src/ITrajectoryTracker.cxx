@@ -115,8 +115,17 @@ int ORVEX::ITrajectoryTracker::TrackParticle(TVector3 StartPosition, TVector3 En
                                              TVector3 momentum, double charge,
                                              std::vector<TVector3>& points, int nPointStart) {
     TVector3 InitialMomentum = momentum;
-    // Callers are asked for both entries; a chain of short paths (as in
-    // G4Track) can reach the end of the vector, so they are made sure of.
+    // A chain of short paths (as in G4Track) starts the next one at most at
+    // the end of the vector.  A start before the vector would write outside
+    // it, and one further past its end would grow it by the whole gap,
+    // without bound as the start nears 2^31.
+    if (nPointStart < 0 || static_cast<std::size_t>(nPointStart) > points.size()) {
+        ORVEXError("ORVEX::ITrajectoryTracker::TrackParticle: nPointStart "
+                   << nPointStart << " lies outside the " << points.size() << " entries of points");
+        throw EBadPointStart();
+    }
+    // Callers are asked for both entries; a chain of short paths can reach
+    // the end of the vector, so they are made sure of.
     EnsureEntry(points, nPointStart + 1);
     points[nPointStart] = StartPosition;
     if (charge == 0 || momentum.Mag() == 0) {

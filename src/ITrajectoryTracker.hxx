@@ -6,9 +6,15 @@
 #include <TString.h>
 #include <TVector3.h>
 
+#include <EovUtility.hxx>
+
 class TDatabasePDG;
 
 namespace ORVEX {
+    /// A path asked to start outside the point vector: before its first
+    /// entry, or past its end; thrown by ITrajectoryTracker::TrackParticle.
+    ORVEX_EXCEPTION(EBadPointStart, EovUtility);
+
     class IG4Trajectory;
     class ITrajectoryTracker;
 }
@@ -33,7 +39,9 @@ public:
     /// Follows the particle from StartPosition towards EndPosition and
     /// writes the path from points[nPointStart] on; returns the number of
     /// entries that belong to it.  `points` must already hold entries at
-    /// nPointStart and nPointStart + 1, and grows in blocks of 1000.
+    /// nPointStart and nPointStart + 1, and grows in blocks of 1000.  A
+    /// negative nPointStart, or one past the end of `points`, throws
+    /// EBadPointStart.
     int TrackParticle(TVector3 StartPosition, TVector3 EndPosition, TVector3 momentum,
                       double charge, std::vector<TVector3>& points, int nPointStart);
 

@@ -296,3 +296,68 @@ TEST(Comparators, CompareSignedChannels) {
     EXPECT_FALSE(equals(Hit(4), Hit(-4)));
     EXPECT_TRUE(less(Hit(static_cast<int>(0x80000000u)), Hit(0)));
 }
+
+namespace {
+    // A combo hit whose members can be dropped again, so that a test can
+    // make it contain itself and still free it.
+    struct LoopingCombo : public IComboHit {
+        IHitSelection fMembers;
+        const IHitSelection& GetHits() const override { return fMembers; }
+    };
+
+    bool EndsWith(const std::string& text, const std::string& end) {
+        return text.size() >= end.size() &&
+               text.compare(text.size() - end.size(), end.size(), end) == 0;
+    }
+}
+
+TEST(UnpackHits, ComboHitContainingItselfThrowsECyclicComboHit) {
+    LoopingCombo* looping = new LoopingCombo;
+    IHandle<IHit> combo(looping);
+    looping->fMembers.push_back(Hit(1));
+    looping->fMembers.push_back(combo);
+    std::ostringstream debug;
+    IORVEXLog::SetDebugStream(&debug);
+    EXPECT_THROW(Leaves(combo), ECyclicComboHit);
+    IORVEXLog::SetDebugStream(nullptr);
+    std::ostringstream text;
+    text << ": hits::UnpackHits: combo hit " << combo.GetPointerValue()
+         << " contains itself at depth 1\n";
+    EXPECT_EQ(debug.str().rfind("ERROR: ", 0), 0u) << debug.str();
+    EXPECT_TRUE(EndsWith(debug.str(), text.str())) << debug.str();
+    EXPECT_THROW(throw ECyclicComboHit(), EovUtility);
+    looping->fMembers.clear();
+}
+
+TEST(UnpackHits, CycleThroughAnInnerComboHitThrowsECyclicComboHit) {
+    LoopingCombo* outerHit = new LoopingCombo;
+    IHandle<IHit> outer(outerHit);
+    IComboHit* innerHit = new IComboHit;
+    innerHit->AddHit(Hit(2));
+    innerHit->AddHit(outer);
+    IHandle<IHit> inner(innerHit);
+    outerHit->fMembers.push_back(Hit(1));
+    outerHit->fMembers.push_back(inner);
+    std::ostringstream debug;
+    IORVEXLog::SetDebugStream(&debug);
+    EXPECT_THROW(Leaves(outer), ECyclicComboHit);
+    EXPECT_THROW(Leaves(inner), ECyclicComboHit);
+    // Equiv and Subtract unpack as well, and pass the exception on.
+    EXPECT_THROW(hits::Equiv(inner, Hit(3)), ECyclicComboHit);
+    IORVEXLog::SetDebugStream(nullptr);
+    std::ostringstream text;
+    text << " contains itself at depth 2\n";
+    EXPECT_TRUE(EndsWith(debug.str(), text.str())) << debug.str();
+    outerHit->fMembers.clear();
+}
+
+TEST(UnpackHits, ComboHitSharedByTwoMembersIsNoCycleAndKeepsItsDuplicates) {
+    IHandle<IHit> a = Hit(1), b = Hit(2), c = Hit(3);
+    IHandle<IHit> shared = Combo({a, b});
+    IHandle<IHit> twice = Combo({shared, c});
+    IHandle<IHit> top = Combo({shared, twice, shared});
+    EXPECT_EQ(Objects(Leaves(top)),
+              (std::vector<TObject*>{a.GetPointerValue(), b.GetPointerValue(), a.GetPointerValue(),
+                                     b.GetPointerValue(), c.GetPointerValue(), a.GetPointerValue(),
+                                     b.GetPointerValue()}));
+}

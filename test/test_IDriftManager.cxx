@@ -9,6 +9,7 @@
 #include <TVector3.h>
 
 #include <IFieldManager.hxx>
+#include <IORVEXLog.hxx>
 
 #include <IDriftManager.hxx>
 #include <IElectronCloud.hxx>
@@ -38,6 +39,10 @@ namespace ORVEX {
     };
 }
 
+using ORVEX::EDrift;
+using ORVEX::EDriftNotANumber;
+using ORVEX::EDriftRunaway;
+using ORVEX::EovUtility;
 using ORVEX::IDriftManager;
 using ORVEX::IDriftManagerInspector;
 using ORVEX::IElectronCloud;
@@ -1025,4 +1030,133 @@ TEST_F(DriftTest, CloudLandingOnThePlaneStaysThere) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), kCathodeMessage);
     EXPECT_EQ(cloud.GetPosition(), TVector3(0, 3, 4));
     EXPECT_EQ(cloud.GetTime(), 18.0);
+}
+
+//////////////////////////////////////////////////////////////////////
+// Hostile input: drifts that would never end stop with an exception.
+
+namespace {
+    const double kNaN = std::nan("");
+
+    /// Captures the library's debug stream for the life of the object.
+    struct DebugCapture {
+        std::ostringstream text;
+        DebugCapture() { ORVEX::IORVEXLog::SetDebugStream(&text); }
+        ~DebugCapture() { ORVEX::IORVEXLog::SetDebugStream(nullptr); }
+        /// True when the one line written is an error line ending in `end`.
+        bool IsErrorLineEndingIn(const std::string& end) const {
+            std::string line = text.str();
+            return line.rfind("ERROR: ", 0) == 0 && line.size() >= end.size() &&
+                   line.compare(line.size() - end.size(), end.size(), end) == 0 &&
+                   line.find('\n') == line.size() - 1;
+        }
+    };
+}
+
+TEST_F(DriftTest, AdaptiveDriftInANaNFieldThrowsEDriftNotANumber) {
+    IDriftManager m;
+    m.InitializeFromDB(true, 50.0, 0.5, 1000, 1e-3, 2.0, kOmegaTau, kMu, 1.0);
+    IFieldManager::SetUniformField(TVector3(kNaN, 0, 0));
+    IElectronCloud cloud(10, TVector3(100, 0, 0), TVector3(), 0.0, -1);
+    DebugCapture debug;
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(m.DriftUntilTLim(cloud, 1000.0), EDriftNotANumber);
+    // The second half step starts from a NaN point.
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), kPlaneMessage);
+    EXPECT_TRUE(
+        debug.IsErrorLineEndingIn(": ORVEX::IDriftManager::Drift: step 2 from (100, 0, 0) "
+                                  "at time 0 has error estimate nan against ErrorTol "
+                                  "0.001\n"))
+        << debug.text.str();
+    EXPECT_FALSE(cloud.IsDrifted());
+    EXPECT_THROW(throw EDriftNotANumber(), EovUtility);
+}
+
+TEST_F(DriftTest, AdaptiveDriftFromANaNStartThrowsEDriftNotANumber) {
+    IDriftManager m;
+    m.InitializeFromDB(true, 50.0, 0.5, 1000, 1e-3, 2.0, kOmegaTau, kMu, 1.0);
+    IElectronCloud cloud(10, TVector3(kNaN, 0, 0), TVector3(), 0.0, -1);
+    DebugCapture debug;
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(m.DriftUntilXLim(cloud, 200.0), EDriftNotANumber);
+    // One message from each of the three steps of the only pass.
+    EXPECT_EQ(CountOf(testing::internal::GetCapturedStdout(), kPlaneMessage), 3);
+    EXPECT_TRUE(debug.IsErrorLineEndingIn(" has error estimate nan against ErrorTol 0.001\n"));
+    EXPECT_FALSE(cloud.IsDrifted());
+}
+
+TEST_F(DriftTest, NaNErrorToleranceThrowsEDriftNotANumber) {
+    IDriftManager m;
+    m.InitializeFromDB(true, 50.0, 0.5, 1000, kNaN, 2.0, kOmegaTau, kMu, 1.0);
+    IFieldManager::SetFieldMap(TurningField);
+    IElectronCloud cloud(10, TVector3(100, 0, 0), TVector3(), 0.0, -1);
+    DebugCapture debug;
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(m.DriftUntilTLim(cloud, 1000.0), EDriftNotANumber);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_TRUE(debug.IsErrorLineEndingIn(" against ErrorTol nan\n")) << debug.text.str();
+}
+
+TEST_F(DriftTest, ZeroErrorToleranceOnAnExactStepThrowsEDriftRunaway) {
+    // Without a field every step is exact, its error not above 1e-08: the
+    // next step is the largest, which is this one, and a tolerance of 0 is
+    // never above the error.
+    IDriftManager m;
+    m.InitializeFromDB(true, 50.0, 0.5, 1000, 0.0, 50.0, kOmegaTau, kMu, 1.0);
+    IElectronCloud cloud(10, TVector3(100, 0, 0), TVector3(), 0.0, -1);
+    DebugCapture debug;
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(m.DriftUntilTLim(cloud, 1000.0), EDriftRunaway);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_TRUE(
+        debug.IsErrorLineEndingIn(": ORVEX::IDriftManager::Drift: step 50 rejected again "
+                                  "at (100, 0, 0) with ErrorTol 0\n"))
+        << debug.text.str();
+    EXPECT_THROW(throw EDriftRunaway(), EDrift);
+}
+
+TEST_F(DriftTest, FixedStepDriftFromANaNStartRunsOutOfSteps) {
+    // Bounded by its thousand steps, as a start on the plane is.
+    IDriftManager m;
+    m.InitializeFromDB(1.0, kOmegaTau, kMu, kVd);
+    IElectronCloud cloud(10, TVector3(kNaN, 0, 0), TVector3(), 0.0, -1);
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(m.DriftUntilTLim(cloud, 10.0));
+    std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(CountOf(out, kPlaneMessage), 1000);
+    EXPECT_EQ(CountOf(out, kMaxStepsMessage), 1);
+    EXPECT_TRUE(cloud.IsDrifted());
+}
+
+TEST_F(DriftTest, StepBudgetOfIntMaxThrowsEDriftRunawayBeforeDrifting) {
+    // With a limit never reached (a cloud at X > 0 drifting away from a
+    // negative one, unchecked) such a budget would run for hours and
+    // overflow the call counters; it is refused before the first step.
+    IDriftManager m;
+    m.InitializeFromDB(true, 50.0, 0.5, 2147483647, 1e-3, 50.0, kOmegaTau, kMu, 1.0);
+    IElectronCloud cloud(10, TVector3(100, 0, 0), TVector3(), 0.0, -1);
+    int nbrSteps = -7, nbrStepCalls, nbrVCalls;
+    double hMin;
+    {
+        DebugCapture debug;
+        EXPECT_THROW(m.Drift(-1.0, true, cloud, nbrSteps, nbrStepCalls, nbrVCalls, hMin),
+                     EDriftRunaway);
+        EXPECT_TRUE(
+            debug.IsErrorLineEndingIn(": ORVEX::IDriftManager::Drift: MaxNbrDriftSteps "
+                                      "2147483647 exceeds 195225786, the most steps whose "
+                                      "calls an int counts\n"))
+            << debug.text.str();
+    }
+    {
+        DebugCapture debug;
+        EXPECT_THROW(m.DriftUntilXLim(cloud, -1.0), EDriftRunaway);
+    }
+    EXPECT_EQ(nbrSteps, -7);
+    EXPECT_FALSE(cloud.IsDrifted());
+    // The largest budget allowed drifts as usual.
+    m.InitializeFromDB(true, 50.0, 0.5, 195225786, 1e-3, 50.0, kOmegaTau, kMu, 1.0);
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(m.DriftUntilXLim(cloud, 300.0));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(cloud.GetPosition().X(), 300.0);
 }

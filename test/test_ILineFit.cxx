@@ -350,6 +350,13 @@ TEST(ILineFit, ArrayConstructorWithNoPointsReadsNoArray) {
     ExpectSame(Read(negative), Read(ILineFit()));
 }
 
+TEST(ILineFitDeathTest, ArrayConstructorWithNullArraysAndPointsEndsTheProcess) {
+    // The fit is a leaf that throws nothing: the arrays are the caller's,
+    // and a null one with points to read is read all the same.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(ILineFit(2, nullptr, nullptr, nullptr), "");
+}
+
 TEST(ILineFit, NaNSumsCountAsValid) {
     ILineFit fit;
     fit.AddPoint(0.0, 1.0, 1.0);

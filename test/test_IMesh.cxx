@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <map>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include <TCanvas.h>
@@ -13,6 +15,7 @@
 #include <TVirtualPadPainter.h>
 
 #include <IMesh.hxx>
+#include <IORVEXLog.hxx>
 
 using namespace ORVEX;
 
@@ -387,4 +390,27 @@ TEST(IMeshPaint, DrawnMeshIsSavedAsAPicture) {
     FileStat_t stat;
     ASSERT_EQ(gSystem->GetPathInfo(file, stat), 0);
     EXPECT_GT(stat.fSize, 0);
+}
+
+// Hostile input: a null point or edge would sit in a set ordered by the
+// coordinates it doesn't have.
+TEST(IMesh, NullPointOrEdgeThrowsEMeshNull) {
+    IMesh mesh;
+    std::ostringstream debug;
+    IORVEXLog::SetDebugStream(&debug);
+    EXPECT_THROW(mesh.AddPoint(nullptr), EMeshNull);
+    EXPECT_THROW(mesh.AddEdge(nullptr), EMeshNull);
+    IORVEXLog::SetDebugStream(nullptr);
+    std::string text = debug.str();
+    EXPECT_NE(text.find(": ORVEX::IMesh::AddPoint: point is null\n"), std::string::npos) << text;
+    EXPECT_NE(text.find(": ORVEX::IMesh::AddEdge: edge is null\n"), std::string::npos) << text;
+    EXPECT_EQ(text.rfind("ERROR: ", 0), 0u);
+    // Nothing was kept, and the mesh goes on.
+    EXPECT_TRUE(mesh.GetPoints().empty());
+    EXPECT_TRUE(mesh.GetEdges().empty());
+    IMeshPoint* a = mesh.AddPoint(new IMeshXYPoint(0, 0));
+    IMeshPoint* b = mesh.AddPoint(new IMeshXYPoint(1, 0));
+    mesh.AddEdge(new IMeshEdge(a, b));
+    EXPECT_EQ(mesh.GetEdges().size(), 1u);
+    EXPECT_THROW(throw EMeshNull(), EovUtility);
 }

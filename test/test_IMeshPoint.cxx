@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <IMesh.hxx>
+#include <IORVEXLog.hxx>
 
 using namespace ORVEX;
 
@@ -433,4 +434,20 @@ TEST(IMeshPointPaths, SearchLeavesTheMeshAsItWas) {
     g.a->GetPaths(g.c, 10, 10);
     EXPECT_EQ(g.mesh.GetEdges().size(), 4u);
     for (IMeshPoint* p : g.mesh.GetPoints()) EXPECT_EQ(p->GetEdgeCount(), 2);
+}
+
+// Hostile input: a null end point has no edges to bound the search by.
+TEST(IMeshPointPaths, NullEndThrowsEMeshPathEnd) {
+    Square g;
+    std::ostringstream debug;
+    IORVEXLog::SetDebugStream(&debug);
+    EXPECT_THROW(g.a->GetPaths(nullptr, 10, 3), EMeshPathEnd);
+    IORVEXLog::SetDebugStream(nullptr);
+    const std::string text = "ORVEX::IMeshPoint::GetPaths: end is null (maxPaths 10, maxSteps 3)\n";
+    EXPECT_EQ(debug.str().rfind("ERROR: ", 0), 0u) << debug.str();
+    ASSERT_GE(debug.str().size(), text.size());
+    EXPECT_EQ(debug.str().substr(debug.str().size() - text.size()), text);
+    EXPECT_THROW(throw EMeshPathEnd(), EovUtility);
+    // The points can still be searched from.
+    EXPECT_EQ(g.a->GetPaths(g.c, 10, 10).size(), 2u);
 }

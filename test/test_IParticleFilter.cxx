@@ -540,3 +540,48 @@ TEST_F(IParticleFilterTest, DestroyingTheFilterDeletesSharedStatesOnce) {
     EXPECT_EQ(gCensus.deletedTwice, 0);
     EXPECT_EQ(gCensus.deleted, gCensus.created);
 }
+
+namespace {
+    // A state whose step leads nowhere.
+    class DeadEndState : public TestState {
+    public:
+        DeadEndState() : TestState(9, 1.0, 1.0) {}
+        IParticleState* PropagateState() override { return nullptr; }
+    };
+
+    bool IsErrorLineEndingIn(const std::string& line, const std::string& end) {
+        return line.rfind("ERROR: ", 0) == 0 && line.size() >= end.size() &&
+               line.compare(line.size() - end.size(), end.size(), end) == 0;
+    }
+}
+
+TEST_F(IParticleFilterTest, AddStateWithANullStateThrowsENullParticleState) {
+    IParticleFilter filter;
+    DebugCapture debug;
+    EXPECT_THROW(filter.AddState(nullptr, 0.5), ORVEX::ENullParticleState);
+    EXPECT_TRUE(IsErrorLineEndingIn(
+        debug.Text(), ": ORVEX::IParticleFilter::AddState: state is null (weight 0.5)\n"))
+        << debug.Text();
+    // Nothing was kept, and the filter goes on.
+    EXPECT_TRUE(filter.GetCloud().empty());
+    filter.AddState(new TestState(0, 1.0, 1.0), 1.0);
+    filter.UpdateState();
+    EXPECT_EQ(filter.GetCloud().size(), 1u);
+    EXPECT_THROW(throw ORVEX::ENullParticleState(), ORVEX::EParticleFilter);
+}
+
+TEST_F(IParticleFilterTest, UpdateStateWithANullStepThrowsENullParticleState) {
+    IParticleFilter filter;
+    filter.AddState(new TestState(0, 1.0, 0.5), 1.0);
+    DeadEndState* deadEnd = new DeadEndState;
+    filter.AddState(deadEnd, 1.0);
+    DebugCapture debug;
+    EXPECT_THROW(filter.UpdateState(), ORVEX::ENullParticleState);
+    std::ostringstream text;
+    text << ": ORVEX::IParticleFilter::UpdateState: PropagateState of state "
+         << static_cast<IParticleState*>(deadEnd) << " gave null\n";
+    EXPECT_TRUE(IsErrorLineEndingIn(debug.Text(), text.str())) << debug.Text();
+    // The particle keeps its state; the one before it moved on.
+    EXPECT_EQ(filter.GetCloud()[1].fState, deadEnd);
+    EXPECT_EQ(filter.GetCloud()[0].fState->GetStateCount(), 1);
+}

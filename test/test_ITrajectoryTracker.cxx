@@ -626,6 +626,43 @@ TEST_F(TrajectoryTracker, TrackParticleFillsFromTheGivenEntryAndGrowsInBlocks) {
     ExpectVectorNear(points[5 + 1500], end, 1e-9);
 }
 
+TEST_F(TrajectoryTracker, TrackParticleNegativePointStartThrowsEBadPointStart) {
+    std::vector<TVector3> points(4, TVector3(-1, -1, -1));
+    EXPECT_THROW(fTracker.TrackParticle(TVector3(0, 0, 0), TVector3(100, 0, 0),
+                                        TVector3(1000, 0, 0), -1.0, points, -1),
+                 EBadPointStart);
+    // Nothing was written, and the vector kept its size.
+    EXPECT_EQ(points, std::vector<TVector3>(4, TVector3(-1, -1, -1)));
+    const std::string text =
+        ": ORVEX::ITrajectoryTracker::TrackParticle: nPointStart -1 lies "
+        "outside the 4 entries of points\n";
+    EXPECT_EQ(fDebug.str().rfind("ERROR: ", 0), 0u) << fDebug.str();
+    ASSERT_GE(fDebug.str().size(), text.size());
+    EXPECT_EQ(fDebug.str().substr(fDebug.str().size() - text.size()), text);
+    EXPECT_THROW(throw EBadPointStart(), EovUtility);
+}
+
+TEST_F(TrajectoryTracker, TrackParticlePointStartNear2To31ThrowsEBadPointStart) {
+    std::vector<TVector3> points = Fresh();
+    EXPECT_THROW(fTracker.TrackParticle(TVector3(0, 0, 0), TVector3(100, 0, 0),
+                                        TVector3(1000, 0, 0), -1.0, points, 2147483600),
+                 EBadPointStart);
+    EXPECT_THROW(fTracker.TrackParticle(TVector3(0, 0, 0), TVector3(100, 0, 0), TVector3(0, 0, 0),
+                                        0.0, points, 1001),
+                 EBadPointStart);
+    EXPECT_EQ(points.size(), 1000u);
+}
+
+TEST_F(TrajectoryTracker, TrackParticleStartingAtTheEndOfThePointsGrowsThem) {
+    // Where a chain of paths leaves the next one to start.
+    std::vector<TVector3> points = Fresh(3);
+    TVector3 start(1, 2, 3), end(400, 5, 6);
+    EXPECT_EQ(fTracker.TrackParticle(start, end, TVector3(0, 0, 0), -1.0, points, 3), 2);
+    EXPECT_EQ(points.size(), 1003u);
+    EXPECT_EQ(points[3], start);
+    EXPECT_EQ(points[4], end);
+}
+
 TEST_F(TrajectoryTracker, TrackParticleCutAtTheLongestPathEndsAtItsClosestPoint) {
     // Round and round a circle of R = 3333 mm that passes 100 mm from the
     // target: never within 50 mm, never beyond the limit, so the path runs

@@ -322,3 +322,57 @@ TEST_F(Truth, WritesNothingOnSuccess) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(debug.text.str(), "");
 }
+
+namespace {
+    // A combo hit and a reconstructed hit whose parts can be dropped again,
+    // so that a test can make them contain themselves and still free them.
+    struct LoopingCombo : public IComboHit {
+        IHitSelection fMembers;
+        const IHitSelection& GetHits() const override { return fMembers; }
+    };
+
+    struct LoopingRecon : public IReconHit {
+        std::vector<IHandle<IHit> > fParts;
+        IHandle<IHit> GetConstituent(int i) const override { return fParts[i]; }
+        int GetConstituentCount() const override { return static_cast<int>(fParts.size()); }
+    };
+}
+
+TEST_F(Truth, ComboHitContainingItselfThrowsECyclicHit) {
+    LoopingCombo* looping = new LoopingCombo;
+    IHandle<IHit> combo(looping);
+    looping->fMembers.push_back(MCHit({&deposit[0]}));
+    looping->fMembers.push_back(combo);
+    DebugCapture debug;
+    EXPECT_THROW(GetHitTruthInfo(combo), ECyclicHit);
+    std::ostringstream text;
+    text << ": HitTruthInfo::GetHitTruthInfo: hit " << combo.GetPointerValue()
+         << " contains itself at depth 1\n";
+    EXPECT_EQ(debug.text.str().rfind("ERROR: ", 0), 0u) << debug.text.str();
+    EXPECT_TRUE(EndsWith(debug.text.str(), text.str())) << debug.text.str();
+    EXPECT_THROW(throw ECyclicHit(), EovUtility);
+    looping->fMembers.clear();
+}
+
+TEST_F(Truth, CycleThroughAReconHitThrowsECyclicHit) {
+    LoopingCombo* comboHit = new LoopingCombo;
+    IHandle<IHit> combo(comboHit);
+    LoopingRecon* reconHit = new LoopingRecon;
+    IHandle<IHit> recon(reconHit);
+    comboHit->fMembers.push_back(recon);
+    reconHit->fParts.push_back(MCHit({&deposit[1]}));
+    reconHit->fParts.push_back(combo);
+    DebugCapture debug;
+    EXPECT_THROW(GetHitTruthInfo(combo), ECyclicHit);
+    EXPECT_THROW(GetHitTruthInfo(recon), ECyclicHit);
+    EXPECT_TRUE(EndsWith(debug.text.str(), " contains itself at depth 2\n")) << debug.text.str();
+    comboHit->fMembers.clear();
+}
+
+TEST_F(Truth, HitSharedByTwoPartsIsNoCycleAndKeepsItsDuplicates) {
+    IHandle<IHit> shared = Combo({MCHit({&deposit[2]}), MCHit({&deposit[3]})});
+    IHandle<IHit> twice = Combo({shared, MCHit({&deposit[0]})});
+    IHandle<IHit> top = Combo({shared, twice, shared});
+    EXPECT_EQ(GetHitTruthInfo(top), (Deposits{&deposit[2], &deposit[3], &deposit[2], &deposit[3],
+                                              &deposit[0], &deposit[2], &deposit[3]}));
+}
