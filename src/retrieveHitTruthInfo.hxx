@@ -3,17 +3,9 @@
 
 #include <vector>
 
-#include <EovUtility.hxx>
 #include <IDigit.hxx>
 #include <IHandle.hxx>
 #include <IHit.hxx>
-
-namespace ORVEX {
-    /// A hit found among its own parts (members, constituents or
-    /// representative), directly or deeper down; thrown by
-    /// HitTruthInfo::GetHitTruthInfo, which would otherwise never end.
-    ORVEX_EXCEPTION(ECyclicHit, EovUtility);
-}
 
 /// The road from a hit to the simulated energy deposits behind it.
 namespace HitTruthInfo {
@@ -25,8 +17,7 @@ namespace HitTruthInfo {
     /// reconstructed hits keep the order of their parts and any duplicates.
     /// A hit of real data gives an empty vector.  The pointers are borrowed
     /// from the digits and hits they came from.  A null handle anywhere in
-    /// the tree throws EHandleBadReference, and a hit that contains itself
-    /// throws ORVEX::ECyclicHit.
+    /// the tree throws EHandleBadReference.
     std::vector<ORVEX::IG4VHit*> GetHitTruthInfo(ORVEX::IHandle<ORVEX::IHit> hit);
 }
 
