@@ -46,15 +46,16 @@ class _HitFunctions:
     def __call__(self, x, y, z, charge, geom_id=None, name="hits", title="Hit Handles"):
         """A new ORVEX::IHitSelection of ISingleHit objects, one per array entry.
 
-        ``charge`` may be a scalar.  Channels (``geom_id``) count from 0 when
+        Scalars spread over all hits.  Channels (``geom_id``) count from 0 when
         not given."""
-        x = _doubles(x)
+        x, y, z, charge = [np.ascontiguousarray(a, dtype=np.float64) for a in
+                           np.broadcast_arrays(*np.atleast_1d(x, y, z, charge))]
         n = len(x)
-        y, z, charge = _doubles(y, n), _doubles(z, n), _doubles(charge, n)
         ids = np.arange(n, dtype=np.int32) if geom_id is None else np.ascontiguousarray(
             np.broadcast_to(np.asarray(geom_id, dtype=np.int32), (n,)))
         selection = ORVEX.IHitSelection(name, title)
-        _bridge.FillHits(selection, n, x, y, z, charge, ids)
+        if n:
+            _bridge.FillHits(selection, n, x, y, z, charge, ids)
         return selection
 
     def __getattr__(self, name):
@@ -124,7 +125,7 @@ def delaunay(x, y):
     x = _doubles(x)
     y = _doubles(y, len(x))
     mesh = ORVEX.IDelaunay2D()
-    result = _bridge.Triangulate(mesh, len(x), x, y)
+    result = _bridge.Triangulate(mesh, len(x), x, y) if len(x) else _bridge.Triangulation()
     return Triangulation(_longs(result.edges).reshape(-1, 2),
                          _longs(result.triangles).reshape(-1, 3), _longs(result.failed), mesh)
 
@@ -137,7 +138,8 @@ def hough_space(x, y, xmin, ymin, xmax, ymax, line_width, over_sampling=2.0,
     n = len(x)
     space = ORVEX.IHoughLines(xmin, ymin, xmax, ymax, line_width, over_sampling,
                               coherence_length)
-    _bridge.FillHough(space, n, x, _doubles(y, n), _doubles(weight, n))
+    if n:
+        _bridge.FillHough(space, n, x, _doubles(y, n), _doubles(weight, n))
     return space
 
 

@@ -67,14 +67,21 @@ namespace ovutility_bridge {
         std::unordered_map<const ORVEX::IHit*, long> fPlace;
     };
 
-    /// The constituents of each combo hit of `combos`, as places in `whole`.
+    /// The constituents of each combo hit of `combos`, as places in `whole`;
+    /// a hit that is no combo (one left as it was) stands for itself.
     inline Groups ComboMembers(const ORVEX::IHitSelection& combos,
                                const ORVEX::IHitSelection& whole) {
         HitIndex index(whole);
         Groups groups;
         for (const ORVEX::IHandle<ORVEX::IHit>& hit : combos) {
-            ORVEX::IHandle<ORVEX::IComboHit> combo = hit;
-            index.Add(groups, combo->GetHits());
+            const ORVEX::IComboHit* combo = dynamic_cast<const ORVEX::IComboHit*>(&*hit);
+            if (combo) {
+                index.Add(groups, combo->GetHits());
+            } else {
+                ORVEX::IHitSelection alone;
+                alone.push_back(hit);
+                index.Add(groups, alone);
+            }
         }
         return groups;
     }
