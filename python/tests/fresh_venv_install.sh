@@ -38,3 +38,6 @@ square = ovutility.delaunay([0, 1, 1, 0], [0, 0, 1, 1])
 assert sorted(map(sorted, square.edges.tolist())) == [[0, 1], [0, 3], [1, 2], [1, 3], [2, 3]]
 print("fresh environment: import ovutility works from", os.getcwd())
 PYTHON
+# The environment holds a whole ROOT: it goes once it has served.
+cd /
+rm -rf "$work"
