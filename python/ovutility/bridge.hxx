@@ -17,9 +17,8 @@
 namespace ovutility_bridge {
 
     /// Hits made from arrays, one ISingleHit per entry.
-    inline void FillHits(ORVEX::IHitSelection& selection, long n, const double* x,
-                         const double* y, const double* z, const double* charge,
-                         const int* geomId) {
+    inline void FillHits(ORVEX::IHitSelection& selection, long n, const double* x, const double* y,
+                         const double* z, const double* charge, const int* geomId) {
         selection.reserve(selection.size() + n);
         for (long i = 0; i < n; ++i) {
             selection.push_back(ORVEX::IHandle<ORVEX::IHit>(
@@ -161,7 +160,8 @@ namespace ovutility_bridge {
 
     inline void FillHough(ORVEX::IHoughLines& space, long n, const double* x, const double* y,
                           const double* weight) {
-        for (long i = 0; i < n; ++i) space.AddPoint(new IndexedHoughPoint(x[i], y[i], weight[i], i));
+        for (long i = 0; i < n; ++i)
+            space.AddPoint(new IndexedHoughPoint(x[i], y[i], weight[i], i));
     }
 
     /// The lines holding at least `minPoints` points: their places in the
