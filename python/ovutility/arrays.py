@@ -31,7 +31,9 @@ def _doubles(values, n=None):
 
 
 def _longs(vector):
-    return np.array(list(vector), dtype=np.int64)
+    if vector.empty():
+        return np.zeros(0, dtype=np.int64)
+    return np.frombuffer(vector.data(), dtype=np.int64, count=vector.size()).copy()
 
 
 def _groups(groups):
