@@ -55,7 +55,8 @@ def __getattr__(name):
 
 
 def _release_argument(cls, method):
-    """``cls.method(obj, ...)`` hands ``obj`` to the receiver: Python lets go of it."""
+    """``cls.method(obj, ...)`` hands ``obj`` to the receiver: Python lets go of it.
+    The receiver keeps it even when the call throws."""
     call = getattr(cls, method)
 
     def releasing(self, obj, *args):

@@ -87,3 +87,26 @@ def test_clusterer_results_belong_to_python():
     assert result.__python_owns__ and len(result) == 1
     result2d = ovutility.IChargeClusters2D(1, 1, 1, ROOT.TVector3(0, 0, 1))(selection)
     assert result2d.__python_owns__ and len(result2d) == 1
+
+
+def test_a_particle_filter_takes_its_states():
+    ROOT.gInterpreter.Declare("""
+        struct PackageTestState : ORVEX::IParticleState {
+            explicit PackageTestState(double p) { SetProbability(p); }
+            ORVEX::IParticleState* PropagateState() override { return new PackageTestState(1); }
+        };""")
+    particles = ovutility.IParticleFilter()
+    state = ROOT.PackageTestState(1.0)
+    particles.AddState(state, 1.0)
+    assert not state.__python_owns__
+    # A state refused with an exception is the filter's all the same.
+    refused = ROOT.PackageTestState(0.0)
+    try:
+        particles.AddState(refused, 1.0)
+    except ROOT.ORVEX.EBadProbability:
+        pass
+    else:
+        raise AssertionError("no EBadProbability")
+    assert not refused.__python_owns__
+    del particles, state, refused
+    gc.collect()
