@@ -1,22 +1,15 @@
-"""ovUtility from Python, through ROOT's own bindings.
+"""ovUtility from Python: the package loads the libraries and their headers
+itself, and a handle takes over the hit it is given."""
+import ovutility
+from ovutility import ORVEX
 
-Needs libovUtility on the library path (LD_LIBRARY_PATH) and its headers on
-ROOT_INCLUDE_PATH; see the README.
-"""
-import ROOT
-
-ROOT.gSystem.Load("libovUtility")
-ROOT.gInterpreter.Declare('#include "HitUtilities.hxx"')
-
-record = ROOT.ORVEX.IovUtility_version.Get()
+record = ORVEX.IovUtility_version.Get()
 print(record.GetName(), record.GetVersion())
 
-selection = ROOT.ORVEX.IHitSelection()
+selection = ORVEX.IHitSelection()
 for channel in (5, -1, 5):
-    hit = ROOT.ORVEX.ISingleHit(channel, 1.0)
-    ROOT.SetOwnership(hit, False)  # the handle owns the hit from here on
-    selection.push_back(ROOT.ORVEX.IHandle["ORVEX::IHit"](hit))
-ROOT.hits.Unique(selection)
-channels = [selection[i].GetGeomId().AsInt() for i in range(selection.size())]
+    selection.push_back(ORVEX.IHandle["ORVEX::IHit"](ORVEX.ISingleHit(channel, 1.0)))
+ovutility.hits.Unique(selection)
+channels = [hit.GetGeomId().AsInt() for hit in selection]
 print("unique channels:", channels)
 assert channels == [-1, 5], channels
