@@ -21,6 +21,7 @@ test: build
 demo: build
 	mkdir -p $(BUILD)/tour
 	OVUTILITY_TOUR_OUTPUT=$(BUILD)/tour $(BUILD)/bin/ovTour
+	.venv/bin/python examples/python/tour.py $(BUILD)/tour-python
 
 # The API reference in $(BUILD)/docs/html, with the tour's pictures.
 docs: demo
