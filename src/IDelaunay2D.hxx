@@ -4,7 +4,6 @@
 #include <iosfwd>
 #include <iterator>
 #include <queue>
-#include <set>
 #include <vector>
 
 #include "IMesh.hxx"
@@ -135,17 +134,38 @@ public:
     int NeighborIndex(IDelaunayTriangle* n) const;
 
 private:
+    friend class IDelaunay2D;
+
     IDelaunayTriangle(const IDelaunayTriangle&) = delete;
     IDelaunayTriangle& operator=(const IDelaunayTriangle&) = delete;
 
     /// The flags of a triangle replacing `f` on its edge `i`.
     void InheritFlags(IDelaunayTriangle* f, int i);
 
+    /// Conflict and FindConflict for a point at (x, y).
+    bool Conflict(double x, double y) const;
+    IDelaunayTriangle* FindConflict(double x, double y);
+
+    /// Whether `a` and `b` are both corners.
+    bool HasSide(const IMeshPoint* a, const IMeshPoint* b) const {
+        const auto corner = [this](const IMeshPoint* p) {
+            return p == fVertices[0] || p == fVertices[1] || p == fVertices[2];
+        };
+        return corner(a) && corner(b);
+    }
+
     IDT_flag fFlag;
     int fNumber;
+    /// The place of the triangle in its mesh's order of creation.
+    int fIndex;
     IMeshPoint* fVertices[3];
     IDelaunayTriangle* fNeighbors[3];
     IDT_list* fDaughters;
+    /// The corners' coordinates, read once when the triangle is made: every
+    /// search tests them, and reading them here spares a virtual call and
+    /// a visit to each corner.
+    double fX[3];
+    double fY[3];
 };
 
 /// A mesh whose points are joined by a Delaunay triangulation, built one
@@ -196,8 +216,12 @@ public:
         void PackQueue();
 
     private:
+        /// Marks a triangle as seen; false if it was seen before.
+        bool See(const IDelaunayTriangle* triangle);
+
         std::queue<IDelaunayTriangle*> fQueue;
-        std::set<IDelaunayTriangle*> fSeen;
+        // Indexed by order of creation: whether a triangle was ever queued.
+        std::vector<bool> fSeen;
     };
 
     IDelaunay2D();
@@ -243,9 +267,10 @@ private:
     IDelaunay2D& operator=(const IDelaunay2D&) = delete;
 
     /// Turn clockwise around `r`, from `n`, past the triangles already
-    /// split or in conflict with `p`; `i` becomes the index of the boundary
+    /// split or in conflict with the point at (x, y); `i` becomes the index of the boundary
     /// edge reached.  False when the budget runs out.
-    bool RotateAround(IMeshPoint* r, IMeshPoint* p, IDelaunayTriangle*& n, int& i, int& budget);
+    bool RotateAround(IMeshPoint* r, double x, double y, IDelaunayTriangle*& n, int& i,
+                      int& budget);
 
     static ITriangleIterator fEnd;
 };

@@ -27,8 +27,9 @@ ORVEX::IMeshPoint::~IMeshPoint() {
 
 bool ORVEX::IMeshPoint::operator<(const IMeshPoint& rhs) const {
     if (this == &rhs) return false;
-    if (X() < rhs.X()) return true;
-    if (X() > rhs.X()) return false;
+    const double x = X(), rhsX = rhs.X();
+    if (x < rhsX) return true;
+    if (x > rhsX) return false;
     return Y() < rhs.Y();
 }
 
