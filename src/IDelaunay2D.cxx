@@ -61,7 +61,8 @@ ORVEX::IDelaunayTriangle::IDT_list::~IDT_list() {
 
 // ---------------------------------------------------------------- triangle
 
-ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner) {
+ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner)
+    : fInReplaced(nullptr, this), fInSurvivor(nullptr, this) {
     owner->AddTriangle(this);
     // Three directions 120 degrees apart.  They belong to no one: the outer
     // triangles share them, and nothing ever frees them.
@@ -80,7 +81,8 @@ ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner) {
     for (IDelaunayTriangle*& n : fNeighbors) n = nullptr;
 }
 
-ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* root, int i) {
+ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* root, int i)
+    : fInReplaced(nullptr, this), fInSurvivor(nullptr, this) {
     owner->AddTriangle(this);
     for (int k = 0; k < 3; ++k) {
         fVertices[k] = root->fVertices[k];
@@ -97,16 +99,18 @@ ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangl
 }
 
 ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* f, IMeshPoint* c,
-                                            int i) {
+                                            int i)
+    : fInReplaced(f->fDaughters, this), fInSurvivor(nullptr, this) {
     owner->AddTriangle(this);
     InheritFlags(f, i);
     fNumber = 0;
     fDaughters = nullptr;
 
     IDelaunayTriangle* survivor = f->GetNeighbor(i);
-    f->fDaughters = new IDT_list(f->fDaughters, this);
+    f->fDaughters = &fInReplaced;
     // The survivor records the new triangle too, though it isn't split.
-    survivor->fDaughters = new IDT_list(survivor->fDaughters, this);
+    fInSurvivor.fNext = survivor->fDaughters;
+    survivor->fDaughters = &fInSurvivor;
     survivor->SetNeighbor(survivor->NeighborIndex(f), this);
 
     fVertices[0] = c;
@@ -162,7 +166,9 @@ void ORVEX::IDelaunayTriangle::InheritFlags(IDelaunayTriangle* f, int i) {
 }
 
 ORVEX::IDelaunayTriangle::~IDelaunayTriangle() {
-    delete fDaughters;
+    // This triangle's own nodes go with it, without the rest of their lists.
+    fInReplaced.fNext = nullptr;
+    fInSurvivor.fNext = nullptr;
 }
 
 bool ORVEX::IDelaunayTriangle::Conflict(IMeshPoint* p) {
@@ -208,6 +214,9 @@ ORVEX::IDelaunayTriangle* ORVEX::IDelaunayTriangle::FindConflict(double x, doubl
     if (!Conflict(x, y)) return nullptr;
     if (!fFlag.HasSplit()) return this;
     for (IDT_list* node = fDaughters; node; node = node->GetNext()) {
+        // The next daughter is fetched while this one is tested: the
+        // history is far larger than the caches.
+        __builtin_prefetch(node->GetNext());
         IDelaunayTriangle* daughter = node->GetNode();
         if (daughter->fNumber == fNumber) continue;
         daughter->fNumber = fNumber;

@@ -62,7 +62,9 @@ public:
     };
 
     /// A node of the singly linked list of daughters.  Deleting a node
-    /// deletes the rest of the chain, but never the triangles.
+    /// deletes the rest of the chain, but never the triangles.  The lists of
+    /// a triangulation are made of the nodes that each daughter carries in
+    /// itself, and are never deleted node by node.
     class IDT_list {
     public:
         /// A node holding `key`, in front of `next`.
@@ -75,6 +77,8 @@ public:
         IDelaunayTriangle* GetNode() const { return fKey; }
 
     private:
+        friend class IDelaunayTriangle;
+
         IDT_list(const IDT_list&) = delete;
         IDT_list& operator=(const IDT_list&) = delete;
 
@@ -95,7 +99,8 @@ public:
     /// the caller to link.
     IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* f, IMeshPoint* c, int i);
 
-    /// Deletes the list of daughters, not the daughters themselves.
+    /// Deletes nothing: the nodes of the daughter lists belong to the
+    /// daughters, and the triangles to the mesh.
     virtual ~IDelaunayTriangle();
 
     /// True when `p` destroys this triangle: inside or on the circumcircle
@@ -154,18 +159,24 @@ private:
         return corner(a) && corner(b);
     }
 
+    // What a search reads comes first: the flags, the stamp, the nodes that
+    // lead to this triangle from the lists of the triangle it replaced and
+    // of the neighbour that survived it, and the corners' coordinates, so
+    // that a search finds the node and the triangle side by side.
     IDT_flag fFlag;
     int fNumber;
-    /// The place of the triangle in its mesh's order of creation.
-    int fIndex;
-    IMeshPoint* fVertices[3];
-    IDelaunayTriangle* fNeighbors[3];
-    IDT_list* fDaughters;
+    IDT_list fInReplaced;
+    IDT_list fInSurvivor;
     /// The corners' coordinates, read once when the triangle is made: every
     /// search tests them, and reading them here spares a virtual call and
     /// a visit to each corner.
     double fX[3];
     double fY[3];
+    IDT_list* fDaughters;
+    IMeshPoint* fVertices[3];
+    IDelaunayTriangle* fNeighbors[3];
+    /// The place of the triangle in its mesh's order of creation.
+    int fIndex;
 };
 
 /// A mesh whose points are joined by a Delaunay triangulation, built one
