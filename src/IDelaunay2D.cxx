@@ -416,6 +416,15 @@ bool ORVEX::IDelaunay2D::RotateAround(IMeshPoint* r, double x, double y, IDelaun
 
 ORVEX::IMeshPoint* ORVEX::IDelaunay2D::AddPoint(IMeshPoint* point) {
     if (!point) Terminate();
+    // A NaN has no place in the order of the points, and would corrupt
+    // their set; an infinity turns the conflict tests into NaNs.  Either is
+    // stopped before the mesh is touched.
+    if (!std::isfinite(point->X()) || !std::isfinite(point->Y())) {
+        ORVEXError("ORVEX::IDelaunay2D::AddPoint: point (" << point->X() << ", " << point->Y()
+                                                           << ") is not a finite place");
+        delete point;
+        throw EDelaunayPoint();
+    }
     IMeshPoint* p = IMesh::AddPoint(point);
     if (p != point) return p;
 

@@ -6,11 +6,18 @@
 #include <queue>
 #include <vector>
 
+#include <EovUtility.hxx>
+
 #include "IMesh.hxx"
 
 namespace ORVEX {
     class IDelaunayTriangle;
     class IDelaunay2D;
+
+    /// A point with a coordinate that is not a finite number, given to
+    /// IDelaunay2D::AddPoint; the point is deleted and the mesh is left as
+    /// it was.
+    ORVEX_EXCEPTION(EDelaunayPoint, EovUtility);
 
     std::ostream& operator<<(std::ostream& s, const IDelaunayTriangle& triangle);
 }
@@ -247,7 +254,9 @@ public:
     /// A point at the place of a stored one is deleted and the stored one
     /// is returned.  A failed insertion is logged and returns null; the
     /// triangulation is then unusable for further insertions.  A null
-    /// point, or one exactly on a scaffold corner, ends the process.
+    /// point, or one exactly on a scaffold corner, ends the process.  A
+    /// point with a NaN or infinite coordinate is logged, deleted, and
+    /// EDelaunayPoint is thrown before anything changes.
     virtual IMeshPoint* AddPoint(IMeshPoint* point);
 
     /// Adds the edges of the live finite triangles between client points.

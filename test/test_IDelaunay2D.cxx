@@ -520,23 +520,6 @@ TEST(IDelaunay2D, RootIsSplitByTheScaffoldCornersAndOuterTrianglesAreNot) {
     EXPECT_EQ(outers.size(), 3u);
 }
 
-TEST(IDelaunay2D, PointInConflictWithNothingIsKeptOutOfEveryTriangle) {
-    ProbedDelaunay mesh;
-    const std::size_t triangles = mesh.TriangleCount();
-    // Every test against a triangle other than the root compares a NaN with
-    // 0, which is false: the search through the root's daughters finds
-    // nothing, and the point is stored in no triangle.
-    IMeshPoint* point = new IMeshXYPoint(std::numeric_limits<double>::quiet_NaN(), 0.5);
-    EXPECT_EQ(mesh.AddPoint(point), point);
-    EXPECT_EQ(mesh.Number(), 3);
-    EXPECT_EQ(mesh.TriangleCount(), triangles);
-    ASSERT_EQ(mesh.GetPoints().size(), 1u);
-    EXPECT_EQ(*mesh.GetPoints().begin(), point);
-    mesh.Close();
-    EXPECT_TRUE(mesh.GetEdges().empty());
-    EXPECT_EQ(point->GetEdgeCount(), 0);
-}
-
 TEST(IDelaunay2D, SameCoordinatesTwiceReturnTheFirstPointWithoutCounting) {
     ProbedDelaunay mesh;
     IMeshPoint* first = mesh.AddPoint(new IMeshXYPoint(0.5, 0.25));
@@ -1287,4 +1270,81 @@ TEST(IDelaunay2DReference, MatchesTheReferenceOnLargeUniformAndGridSets) {
     ASSERT_TRUE(SameAsTheReference(jittered, met));
     ASSERT_TRUE(SameAsTheReference(Shuffled(jittered), met));
     EXPECT_EQ(met["inserted"], 3000 + 2 * 1600);
+}
+
+// ================================================================ hostile input
+
+namespace {
+    /// Every triangle of a mesh as text, in order of creation.
+    std::vector<std::string> History(const OpenDelaunay& mesh) {
+        std::map<IDelaunayTriangle*, int> index;
+        for (std::size_t k = 0; k < mesh.Children().size(); ++k) index[mesh.Children()[k]] = k;
+        std::vector<std::string> history;
+        for (IDelaunayTriangle* t : mesh.Children()) history.push_back(Describe(t, index));
+        return history;
+    }
+}
+
+TEST(IDelaunay2D, NonFiniteCoordinatesThrowAndLeaveTheMeshAsItWas) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    const XY hostile[] = {{nan, 0.5}, {0.5, nan}, {nan, nan}, {inf, 0.5}, {0.5, -inf}, {-inf, inf}};
+    const char* shown[] = {"(nan, 0.5)", "(0.5, nan)",  "(nan, nan)",
+                           "(inf, 0.5)", "(0.5, -inf)", "(-inf, inf)"};
+    gRandom->SetSeed(31);
+    PointSet points;
+    for (int i = 0; i < 40; ++i) points.push_back(XY(gRandom->Uniform(), gRandom->Uniform()));
+    OpenDelaunay mesh;
+    Ref::Mesh reference;
+    for (std::size_t k = 0; k < points.size(); ++k) {
+        const XY& p = points[k];
+        mesh.AddPoint(new IMeshXYPoint(p.first, p.second));
+        reference.AddPoint(p.first, p.second);
+        if (k % 7 != 3) continue;
+        // Between insertions, each hostile point in turn.
+        for (int h = 0; h < 6; ++h) {
+            CapturedDebug log(IORVEXLog::ErrorLevel);
+            const std::vector<std::string> before = History(mesh);
+            const std::size_t pointCount = mesh.GetPoints().size();
+            const int number = mesh.Number();
+            EXPECT_THROW(mesh.AddPoint(new IMeshXYPoint(hostile[h].first, hostile[h].second)),
+                         EDelaunayPoint);
+            EXPECT_EQ(History(mesh), before);
+            EXPECT_EQ(mesh.GetPoints().size(), pointCount);
+            EXPECT_EQ(mesh.Number(), number);
+            EXPECT_TRUE(std::regex_match(
+                log.text.str(),
+                std::regex(std::string("ERROR: [^\n]*IDelaunay2D\\.cxx:[0-9]+: "
+                                       "ORVEX::IDelaunay2D::AddPoint: point \\") +
+                           std::string(shown[h]).insert(std::string(shown[h]).size() - 1, "\\") +
+                           " is not a finite place\n")))
+                << log.text.str();
+        }
+    }
+    // The mesh went on as if the hostile points had never been given.
+    mesh.Close();
+    reference.Close();
+    std::vector<Ref::Edge> edges;
+    for (IMesh::EdgeIterator e = mesh.BeginEdges(); e != mesh.EndEdges(); ++e) {
+        edges.push_back(Ref::Edge(Place((*e)->GetHead()), Place((*e)->GetTail())));
+    }
+    EXPECT_EQ(edges, std::vector<Ref::Edge>(reference.fEdges.begin(), reference.fEdges.end()));
+}
+
+TEST(IDelaunay2D, NonFinitePointIsDeletedAndTheExceptionNamesItsClass) {
+    static int destroyed = 0;
+    struct Tracked : IMeshXYPoint {
+        Tracked(double x, double y) : IMeshXYPoint(x, y) {}
+        ~Tracked() override { ++destroyed; }
+    };
+    CapturedDebug log(IORVEXLog::ErrorLevel);
+    IDelaunay2D mesh;
+    try {
+        mesh.AddPoint(new Tracked(std::numeric_limits<double>::quiet_NaN(), 1));
+        ADD_FAILURE() << "no exception";
+    } catch (const EovUtility& e) {
+        EXPECT_STREQ(e.what(), "EovCore::EovUtility::EDelaunayPoint");
+    }
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_TRUE(mesh.GetPoints().empty());
 }
