@@ -10,11 +10,6 @@ namespace ORVEX {
     IMeshPoint::Walker IMeshPoint::fEnd;
 }
 
-bool ORVEX::TMeshPointPointerLessThan::operator()(const IMeshPoint* lhs,
-                                                  const IMeshPoint* rhs) const {
-    return *lhs < *rhs;
-}
-
 ORVEX::IMeshPoint::IMeshPoint() {}
 
 ORVEX::IMeshPoint::~IMeshPoint() {
@@ -23,14 +18,6 @@ ORVEX::IMeshPoint::~IMeshPoint() {
         fEdges.erase(edge);
         delete edge;
     }
-}
-
-bool ORVEX::IMeshPoint::operator<(const IMeshPoint& rhs) const {
-    if (this == &rhs) return false;
-    const double x = X(), rhsX = rhs.X();
-    if (x < rhsX) return true;
-    if (x > rhsX) return false;
-    return Y() < rhs.Y();
 }
 
 int ORVEX::IMeshPoint::GetEdgeCount() const {
