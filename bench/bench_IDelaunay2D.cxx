@@ -4,52 +4,16 @@
 
 #include <cmath>
 #include <memory>
-#include <utility>
 #include <vector>
 
-#include <TRandom3.h>
-
 #include <IDelaunay2D.hxx>
+
+#include "DelaunayBenchPoints.hxx"
 
 using namespace ORVEX;
 
 namespace {
-    typedef std::vector<std::pair<double, double> > Points;
-
-    Points Uniform(int count) {
-        TRandom3 random(1234);
-        Points points;
-        for (int i = 0; i < count; ++i) {
-            points.emplace_back(random.Uniform(), random.Uniform());
-        }
-        return points;
-    }
-
-    /// A square grid in row order, each point moved by up to a tenth of the
-    /// spacing so that no four are co-circular.
-    Points JitteredGridInRows(int count) {
-        TRandom3 random(4321);
-        const int side = static_cast<int>(std::lround(std::sqrt(double(count))));
-        const double spacing = 1.0 / side;
-        Points points;
-        for (int i = 0; i < side; ++i) {
-            for (int j = 0; j < side; ++j) {
-                points.emplace_back((i + random.Uniform(-0.1, 0.1)) * spacing,
-                                    (j + random.Uniform(-0.1, 0.1)) * spacing);
-            }
-        }
-        return points;
-    }
-
-    /// The jittered grid in a random order.
-    Points JitteredGrid(int count) {
-        Points points = JitteredGridInRows(count);
-        TRandom3 random(987);
-        for (std::size_t i = points.size(); i > 1; --i) {
-            std::swap(points[i - 1], points[random.Integer(i)]);
-        }
-        return points;
-    }
+    using namespace ovBench;
 
     void Insert(IDelaunay2D& mesh, const Points& points) {
         for (const auto& p : points) {

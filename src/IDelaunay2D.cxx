@@ -1,7 +1,9 @@
 #include "IDelaunay2D.hxx"
 
+#include <algorithm>
 #include <cmath>
 #include <ostream>
+#include <typeinfo>
 
 #include <IORVEXLog.hxx>
 
@@ -11,7 +13,6 @@ namespace ORVEX {
 
 namespace {
     using ORVEX::IMeshPoint;
-    using ORVEX::IMeshXYPoint;
 
     /// A vertex of the triangulation's own scaffold.  Its type is what tells
     /// the scaffold from the client's points.
@@ -37,24 +38,15 @@ namespace {
         throw;
     }
 
-    inline IMeshXYPoint sum(const IMeshPoint& a, const IMeshPoint& b) {
-        return IMeshXYPoint(a.X() + b.X(), a.Y() + b.Y());
+    // The X parts alone, counted twice.  This is the rule the triangles with
+    // two corners at infinity are tested by, and it decides which points are
+    // in conflict with them; it must not become the usual dot product.
+    inline double innerProduct(double ax, double /*ay*/, double bx, double /*by*/) {
+        return ax * bx + ax * bx;
     }
 
-    inline IMeshXYPoint difference(const IMeshPoint& a, const IMeshPoint& b) {
-        return IMeshXYPoint(a.X() - b.X(), a.Y() - b.Y());
-    }
-
-    // Built from the X parts alone, counted twice.  This is the rule the
-    // triangles with two corners at infinity are tested by, and it decides
-    // which points are in conflict with them; it must not become the usual
-    // dot product.
-    inline double innerProduct(const IMeshPoint& a, const IMeshPoint& b) {
-        return a.X() * b.X() + a.X() * b.X();
-    }
-
-    inline double outerProduct(const IMeshPoint& a, const IMeshPoint& b) {
-        return a.X() * b.Y() - a.Y() * b.X();
+    inline double outerProduct(double ax, double ay, double bx, double by) {
+        return ax * by - ay * bx;
     }
 
     const double kScaffoldScale = 10000.0;
@@ -70,7 +62,8 @@ ORVEX::IDelaunayTriangle::IDT_list::~IDT_list() {
 
 // ---------------------------------------------------------------- triangle
 
-ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner) {
+ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner)
+    : fInReplaced(nullptr, this), fInSurvivor(nullptr, this) {
     owner->AddTriangle(this);
     // Three directions 120 degrees apart.  They belong to no one: the outer
     // triangles share them, and nothing ever frees them.
@@ -78,6 +71,10 @@ ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner) {
     fVertices[0] = new IInternalXYPoint(scale, 0.0);
     fVertices[1] = new IInternalXYPoint(-0.5 * scale, 0.8660254 * scale);
     fVertices[2] = new IInternalXYPoint(-0.5 * scale, -0.8660254 * scale);
+    for (int k = 0; k < 3; ++k) {
+        fX[k] = fVertices[k]->X();
+        fY[k] = fVertices[k]->Y();
+    }
     fFlag.infinite(3);
     fFlag.Bogus();
     fNumber = 0;
@@ -85,10 +82,13 @@ ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner) {
     for (IDelaunayTriangle*& n : fNeighbors) n = nullptr;
 }
 
-ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* root, int i) {
+ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* root, int i)
+    : fInReplaced(nullptr, this), fInSurvivor(nullptr, this) {
     owner->AddTriangle(this);
     for (int k = 0; k < 3; ++k) {
         fVertices[k] = root->fVertices[k];
+        fX[k] = root->fX[k];
+        fY[k] = root->fY[k];
         fNeighbors[k] = nullptr;
     }
     fFlag.infinite(4);
@@ -100,21 +100,29 @@ ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangl
 }
 
 ORVEX::IDelaunayTriangle::IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* f, IMeshPoint* c,
-                                            int i) {
+                                            int i)
+    : fInReplaced(f->fDaughters, this), fInSurvivor(nullptr, this) {
     owner->AddTriangle(this);
     InheritFlags(f, i);
     fNumber = 0;
     fDaughters = nullptr;
 
     IDelaunayTriangle* survivor = f->GetNeighbor(i);
-    f->fDaughters = new IDT_list(f->fDaughters, this);
+    f->fDaughters = &fInReplaced;
     // The survivor records the new triangle too, though it isn't split.
-    survivor->fDaughters = new IDT_list(survivor->fDaughters, this);
+    fInSurvivor.fNext = survivor->fDaughters;
+    survivor->fDaughters = &fInSurvivor;
     survivor->SetNeighbor(survivor->NeighborIndex(f), this);
 
     fVertices[0] = c;
-    fVertices[1] = f->GetVertex((i + 1) % 3);
-    fVertices[2] = f->GetVertex((i + 2) % 3);
+    fX[0] = c->X();
+    fY[0] = c->Y();
+    for (int k = 1; k < 3; ++k) {
+        const int from = (i + k) % 3;
+        fVertices[k] = f->fVertices[from];
+        fX[k] = f->fX[from];
+        fY[k] = f->fY[from];
+    }
     fNeighbors[0] = survivor;
     fNeighbors[1] = nullptr;
     fNeighbors[2] = nullptr;
@@ -159,26 +167,24 @@ void ORVEX::IDelaunayTriangle::InheritFlags(IDelaunayTriangle* f, int i) {
 }
 
 ORVEX::IDelaunayTriangle::~IDelaunayTriangle() {
-    delete fDaughters;
+    // This triangle's own nodes go with it, without the rest of their lists.
+    fInReplaced.fNext = nullptr;
+    fInSurvivor.fNext = nullptr;
 }
 
 bool ORVEX::IDelaunayTriangle::Conflict(IMeshPoint* p) {
-    const IMeshPoint& v0 = *fVertices[0];
-    const IMeshPoint& v1 = *fVertices[1];
-    const IMeshPoint& v2 = *fVertices[2];
+    return Conflict(p->X(), p->Y());
+}
+
+bool ORVEX::IDelaunayTriangle::Conflict(double x, double y) const {
     switch (fFlag.is_infinite()) {
     case 0: {
         // The sign of the in-circle determinant, in plain doubles: negative
         // inside a counter-clockwise circumcircle, zero on it.
-        double x = p->X(), y = p->Y();
-        double x0 = v0.X(), y0 = v0.Y();
-        double x1 = v1.X(), y1 = v1.Y();
-        double x2 = v2.X(), y2 = v2.Y();
-        x1 -= x0;
-        x2 -= x0;
+        const double x0 = fX[0], y0 = fY[0];
+        const double x1 = fX[1] - x0, y1 = fY[1] - y0;
+        const double x2 = fX[2] - x0, y2 = fY[2] - y0;
         x -= x0;
-        y1 -= y0;
-        y2 -= y0;
         y -= y0;
         const double z1 = x1 * x1 + y1 * y1;
         const double z2 = x2 * x2 + y2 * y2;
@@ -189,11 +195,11 @@ bool ORVEX::IDelaunayTriangle::Conflict(IMeshPoint* p) {
     }
     case 1:
         if (fFlag.is_last_finite()) {
-            return outerProduct(difference(*p, v2), difference(v2, v0)) >= 0;
+            return outerProduct(x - fX[2], y - fY[2], fX[2] - fX[0], fY[2] - fY[0]) >= 0;
         }
-        return outerProduct(difference(*p, v0), difference(v0, v1)) >= 0;
+        return outerProduct(x - fX[0], y - fY[0], fX[0] - fX[1], fY[0] - fY[1]) >= 0;
     case 2:
-        return innerProduct(difference(*p, v0), sum(v1, v2)) >= 0;
+        return innerProduct(x - fX[0], y - fY[0], fX[1] + fX[2], fY[1] + fY[2]) >= 0;
     case 3:
         return true;
     default:
@@ -202,13 +208,20 @@ bool ORVEX::IDelaunayTriangle::Conflict(IMeshPoint* p) {
 }
 
 ORVEX::IDelaunayTriangle* ORVEX::IDelaunayTriangle::FindConflict(IMeshPoint* p) {
-    if (!Conflict(p)) return nullptr;
+    return FindConflict(p->X(), p->Y());
+}
+
+ORVEX::IDelaunayTriangle* ORVEX::IDelaunayTriangle::FindConflict(double x, double y) {
+    if (!Conflict(x, y)) return nullptr;
     if (!fFlag.HasSplit()) return this;
     for (IDT_list* node = fDaughters; node; node = node->GetNext()) {
+        // The next daughter is fetched while this one is tested: the
+        // history is far larger than the caches.
+        __builtin_prefetch(node->GetNext());
         IDelaunayTriangle* daughter = node->GetNode();
-        if (daughter->GetNumber() == GetNumber()) continue;
-        daughter->SetNumber(GetNumber());
-        IDelaunayTriangle* found = daughter->FindConflict(p);
+        if (daughter->fNumber == fNumber) continue;
+        daughter->fNumber = fNumber;
+        IDelaunayTriangle* found = daughter->FindConflict(x, y);
         if (found) return found;
     }
     return nullptr;
@@ -285,7 +298,7 @@ ORVEX::IDelaunay2D::ITriangleIterator::ITriangleIterator(const ITriangleIterator
 
 ORVEX::IDelaunay2D::ITriangleIterator::ITriangleIterator(IDelaunayTriangle* node) {
     fQueue.push(node);
-    fSeen.insert(node);
+    See(node);
     PackQueue();
     if (fQueue.front()->GetFlag().GetValue() != 0) ++(*this);
 }
@@ -312,16 +325,21 @@ bool ORVEX::IDelaunay2D::ITriangleIterator::operator!=(ITriangleIterator& rhs) c
     return !(*this == rhs);
 }
 
+bool ORVEX::IDelaunay2D::ITriangleIterator::See(const IDelaunayTriangle* triangle) {
+    const std::size_t index = triangle->fIndex;
+    if (index >= fSeen.size()) fSeen.resize(std::max(index + 1, 2 * fSeen.size()));
+    if (fSeen[index]) return false;
+    fSeen[index] = true;
+    return true;
+}
+
 void ORVEX::IDelaunay2D::ITriangleIterator::PackQueue() {
     if (fQueue.empty()) return;
     IDelaunayTriangle* current = fQueue.front();
-    for (int i = 0; i < 3; ++i) {
-        IDelaunayTriangle* neighbor = current->GetNeighbor(i);
+    for (IDelaunayTriangle* neighbor : current->fNeighbors) {
         // Only a fan left half linked by a failed insertion has a missing
         // neighbour; skip it rather than queue nothing.
-        if (!neighbor || fSeen.count(neighbor)) continue;
-        fQueue.push(neighbor);
-        fSeen.insert(neighbor);
+        if (neighbor && See(neighbor)) fQueue.push(neighbor);
     }
 }
 
@@ -342,6 +360,7 @@ void ORVEX::IDelaunay2D::Paint(Option_t* opt) {
 }
 
 void ORVEX::IDelaunay2D::AddTriangle(IDelaunayTriangle* triangle) {
+    triangle->fIndex = static_cast<int>(fChildren.size());
     fChildren.push_back(triangle);
 }
 
@@ -379,15 +398,15 @@ void ORVEX::IDelaunay2D::Init() {
     fPoints.erase(corner);
 }
 
-bool ORVEX::IDelaunay2D::RotateAround(IMeshPoint* r, IMeshPoint* p, IDelaunayTriangle*& n, int& i,
-                                      int& budget) {
+bool ORVEX::IDelaunay2D::RotateAround(IMeshPoint* r, double x, double y, IDelaunayTriangle*& n,
+                                      int& i, int& budget) {
     for (;;) {
         if (--budget < 0) return false;
         i = n->ClockwiseNeighbor(r);
-        IDelaunayTriangle* m = n->GetNeighbor(i);
+        IDelaunayTriangle* m = n->fNeighbors[i];
         if (m->GetFlag().HasSplit()) {
             n = m;
-        } else if (m->Conflict(p)) {
+        } else if (m->Conflict(x, y)) {
             n = m;
             n->GetFlag().Split();
         } else {
@@ -398,6 +417,15 @@ bool ORVEX::IDelaunay2D::RotateAround(IMeshPoint* r, IMeshPoint* p, IDelaunayTri
 
 ORVEX::IMeshPoint* ORVEX::IDelaunay2D::AddPoint(IMeshPoint* point) {
     if (!point) Terminate();
+    // A NaN has no place in the order of the points, and would corrupt
+    // their set; an infinity turns the conflict tests into NaNs.  Either is
+    // stopped before the mesh is touched.
+    if (!std::isfinite(point->X()) || !std::isfinite(point->Y())) {
+        ORVEXError("ORVEX::IDelaunay2D::AddPoint: point (" << point->X() << ", " << point->Y()
+                                                           << ") is not a finite place");
+        delete point;
+        throw EDelaunayPoint();
+    }
     IMeshPoint* p = IMesh::AddPoint(point);
     if (p != point) return p;
 
@@ -407,15 +435,15 @@ ORVEX::IMeshPoint* ORVEX::IDelaunay2D::AddPoint(IMeshPoint* point) {
     // against what rounding and co-circular points can do to the walk.
     int budget = 100 * static_cast<int>(fPoints.size());
 
-    IDelaunayTriangle* n = fRoot->FindConflict(p);
+    const double x = p->X(), y = p->Y();
+    IDelaunayTriangle* n = fRoot->FindConflict(x, y);
     if (!n) return p;
 
     // Only a point on a scaffold corner can coincide with a corner here:
     // the client's duplicates were merged above.  The bound skips the last
     // corner, which is the one at infinity save under last_finite.
     for (int i = 0; i < 3 - n->GetFlag().is_infinite(); ++i) {
-        IMeshPoint* v = n->GetVertex(i);
-        if (p->X() == v->X() && p->Y() == v->Y()) Terminate();
+        if (x == n->fX[i] && y == n->fY[i]) Terminate();
         if (--budget < 0) {
             ORVEXSevere("Loop 1");
             return nullptr;
@@ -425,12 +453,12 @@ ORVEX::IMeshPoint* ORVEX::IDelaunay2D::AddPoint(IMeshPoint* point) {
     // Turn around q until the next triangle is out of conflict: edge i of
     // n is then on the boundary of the region destroyed by p.
     n->GetFlag().Split();
-    IMeshPoint* q = n->GetVertex(0);
+    IMeshPoint* q = n->fVertices[0];
     int i;
     for (;;) {
         i = n->ClockwiseNeighbor(q);
-        IDelaunayTriangle* m = n->GetNeighbor(i);
-        if (!m->Conflict(p)) break;
+        IDelaunayTriangle* m = n->fNeighbors[i];
+        if (!m->Conflict(x, y)) break;
         n = m;
         n->GetFlag().Split();
         if (--budget < 0) {
@@ -442,8 +470,8 @@ ORVEX::IMeshPoint* ORVEX::IDelaunay2D::AddPoint(IMeshPoint* point) {
     // Walk the boundary counter-clockwise, making a fan of triangles around
     // p, each with p as corner 0, neighbour 1 the next and 2 the previous.
     IDelaunayTriangle* first = new IDelaunayTriangle(this, n, p, i);
-    IMeshPoint* r = n->GetVertex((i + 2) % 3);
-    if (!RotateAround(r, p, n, i, budget)) {
+    IMeshPoint* r = n->fVertices[(i + 2) % 3];
+    if (!RotateAround(r, x, y, n, i, budget)) {
         ORVEXSevere("Find Conflict");
         return nullptr;
     }
@@ -456,13 +484,13 @@ ORVEX::IMeshPoint* ORVEX::IDelaunay2D::AddPoint(IMeshPoint* point) {
         IDelaunayTriangle* created = new IDelaunayTriangle(this, n, p, i);
         created->SetNeighbor(2, last);
         last->SetNeighbor(1, created);
-        r = n->GetVertex((i + 2) % 3);
+        r = n->fVertices[(i + 2) % 3];
         if (r == q) {
             first->SetNeighbor(2, created);
             created->SetNeighbor(1, first);
             return p;
         }
-        if (!RotateAround(r, p, n, i, budget)) {
+        if (!RotateAround(r, x, y, n, i, budget)) {
             ORVEXSevere("Find Conflict");
             return nullptr;
         }
@@ -470,13 +498,70 @@ ORVEX::IMeshPoint* ORVEX::IDelaunay2D::AddPoint(IMeshPoint* point) {
     }
 }
 
+namespace {
+    /// A side of a triangle between two client points, with the places of
+    /// its ends in the point order: head first, as the edge will have them.
+    struct Side {
+        double fHeadX, fHeadY, fTailX, fTailY;
+        ORVEX::IMeshPoint* fA;
+        ORVEX::IMeshPoint* fB;
+        bool operator<(const Side& rhs) const {
+            if (fHeadX != rhs.fHeadX) return fHeadX < rhs.fHeadX;
+            if (fHeadY != rhs.fHeadY) return fHeadY < rhs.fHeadY;
+            if (fTailX != rhs.fTailX) return fTailX < rhs.fTailX;
+            return fTailY < rhs.fTailY;
+        }
+    };
+}
+
 void ORVEX::IDelaunay2D::Close() {
+    // A subclass may override AddEdge and so see every call: it is given
+    // one new edge per triangle side, in the order the iterator visits
+    // them, duplicates included.
+    if (typeid(*this) != typeid(IDelaunay2D)) {
+        CloseSideBySide();
+        return;
+    }
+    // Triangles already closed, by order of creation.  A side shared with
+    // one of them was taken then, and adding its edge again would change
+    // nothing: each edge is made once.
+    std::vector<bool> closed(fChildren.size());
+    std::vector<Side> sides;
+    sides.reserve(fPoints.size() * 3);
     for (ITriangleIterator t = BeginTriangles(); t != EndTriangles(); ++t) {
+        IMeshPoint* const* corners = t->fVertices;
+        const bool scaffold[3] = {IsScaffold(corners[0]), IsScaffold(corners[1]),
+                                  IsScaffold(corners[2])};
         for (int k = 0; k < 3; ++k) {
-            IMeshPoint* a = t->GetVertex(k);
-            IMeshPoint* b = t->GetVertex((k + 1) % 3);
-            if (IsScaffold(a) || IsScaffold(b)) continue;
-            AddEdge(new IMeshEdge(a, b));
+            const int l = (k + 1) % 3;
+            if (scaffold[k] || scaffold[l]) continue;
+            const IDelaunayTriangle* across = t->fNeighbors[(k + 2) % 3];
+            if (across && closed[across->fIndex] && across->HasSide(corners[k], corners[l])) {
+                continue;
+            }
+            // The head is the corner that sorts first (the two differ).
+            const bool forward =
+                t->fX[k] < t->fX[l] || (t->fX[k] == t->fX[l] && t->fY[k] < t->fY[l]);
+            const int head = forward ? k : l, tail = forward ? l : k;
+            sides.push_back(
+                {t->fX[head], t->fY[head], t->fX[tail], t->fY[tail], corners[k], corners[l]});
+        }
+        closed[t->fIndex] = true;
+    }
+    // The edges go in in their own order, so that each search of the edge
+    // and point sets runs next to the one before.  The order of the calls
+    // leaves no trace: every edge joins distinct places.
+    std::sort(sides.begin(), sides.end());
+    for (const Side& side : sides) AddEdge(new IMeshEdge(side.fA, side.fB));
+}
+
+void ORVEX::IDelaunay2D::CloseSideBySide() {
+    for (ITriangleIterator t = BeginTriangles(); t != EndTriangles(); ++t) {
+        IMeshPoint* const* corners = t->fVertices;
+        for (int k = 0; k < 3; ++k) {
+            IMeshPoint* head = corners[k];
+            IMeshPoint* tail = corners[(k + 1) % 3];
+            if (!IsScaffold(head) && !IsScaffold(tail)) AddEdge(new IMeshEdge(head, tail));
         }
     }
 }

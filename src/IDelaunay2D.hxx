@@ -4,14 +4,20 @@
 #include <iosfwd>
 #include <iterator>
 #include <queue>
-#include <set>
 #include <vector>
+
+#include <EovUtility.hxx>
 
 #include "IMesh.hxx"
 
 namespace ORVEX {
     class IDelaunayTriangle;
     class IDelaunay2D;
+
+    /// A point with a coordinate that is not a finite number, given to
+    /// IDelaunay2D::AddPoint; the point is deleted and the mesh is left as
+    /// it was.
+    ORVEX_EXCEPTION(EDelaunayPoint, EovUtility);
 
     std::ostream& operator<<(std::ostream& s, const IDelaunayTriangle& triangle);
 }
@@ -63,7 +69,9 @@ public:
     };
 
     /// A node of the singly linked list of daughters.  Deleting a node
-    /// deletes the rest of the chain, but never the triangles.
+    /// deletes the rest of the chain, but never the triangles.  The lists of
+    /// a triangulation are made of the nodes that each daughter carries in
+    /// itself, and are never deleted node by node.
     class IDT_list {
     public:
         /// A node holding `key`, in front of `next`.
@@ -76,6 +84,8 @@ public:
         IDelaunayTriangle* GetNode() const { return fKey; }
 
     private:
+        friend class IDelaunayTriangle;
+
         IDT_list(const IDT_list&) = delete;
         IDT_list& operator=(const IDT_list&) = delete;
 
@@ -96,7 +106,8 @@ public:
     /// the caller to link.
     IDelaunayTriangle(IDelaunay2D* owner, IDelaunayTriangle* f, IMeshPoint* c, int i);
 
-    /// Deletes the list of daughters, not the daughters themselves.
+    /// Deletes nothing: the nodes of the daughter lists belong to the
+    /// daughters, and the triangles to the mesh.
     virtual ~IDelaunayTriangle();
 
     /// True when `p` destroys this triangle: inside or on the circumcircle
@@ -135,17 +146,44 @@ public:
     int NeighborIndex(IDelaunayTriangle* n) const;
 
 private:
+    friend class IDelaunay2D;
+
     IDelaunayTriangle(const IDelaunayTriangle&) = delete;
     IDelaunayTriangle& operator=(const IDelaunayTriangle&) = delete;
 
     /// The flags of a triangle replacing `f` on its edge `i`.
     void InheritFlags(IDelaunayTriangle* f, int i);
 
+    /// Conflict and FindConflict for a point at (x, y).
+    bool Conflict(double x, double y) const;
+    IDelaunayTriangle* FindConflict(double x, double y);
+
+    /// Whether `a` and `b` are both corners.
+    bool HasSide(const IMeshPoint* a, const IMeshPoint* b) const {
+        const auto corner = [this](const IMeshPoint* p) {
+            return p == fVertices[0] || p == fVertices[1] || p == fVertices[2];
+        };
+        return corner(a) && corner(b);
+    }
+
+    // What a search reads comes first: the flags, the stamp, the nodes that
+    // lead to this triangle from the lists of the triangle it replaced and
+    // of the neighbour that survived it, and the corners' coordinates, so
+    // that a search finds the node and the triangle side by side.
     IDT_flag fFlag;
     int fNumber;
+    IDT_list fInReplaced;
+    IDT_list fInSurvivor;
+    /// The corners' coordinates, read once when the triangle is made: every
+    /// search tests them, and reading them here spares a virtual call and
+    /// a visit to each corner.
+    double fX[3];
+    double fY[3];
+    IDT_list* fDaughters;
     IMeshPoint* fVertices[3];
     IDelaunayTriangle* fNeighbors[3];
-    IDT_list* fDaughters;
+    /// The place of the triangle in its mesh's order of creation.
+    int fIndex;
 };
 
 /// A mesh whose points are joined by a Delaunay triangulation, built one
@@ -196,8 +234,12 @@ public:
         void PackQueue();
 
     private:
+        /// Marks a triangle as seen; false if it was seen before.
+        bool See(const IDelaunayTriangle* triangle);
+
         std::queue<IDelaunayTriangle*> fQueue;
-        std::set<IDelaunayTriangle*> fSeen;
+        // Indexed by order of creation: whether a triangle was ever queued.
+        std::vector<bool> fSeen;
     };
 
     IDelaunay2D();
@@ -212,7 +254,9 @@ public:
     /// A point at the place of a stored one is deleted and the stored one
     /// is returned.  A failed insertion is logged and returns null; the
     /// triangulation is then unusable for further insertions.  A null
-    /// point, or one exactly on a scaffold corner, ends the process.
+    /// point, or one exactly on a scaffold corner, ends the process.  A
+    /// point with a NaN or infinite coordinate is logged, deleted, and
+    /// EDelaunayPoint is thrown before anything changes.
     virtual IMeshPoint* AddPoint(IMeshPoint* point);
 
     /// Adds the edges of the live finite triangles between client points.
@@ -243,9 +287,13 @@ private:
     IDelaunay2D& operator=(const IDelaunay2D&) = delete;
 
     /// Turn clockwise around `r`, from `n`, past the triangles already
-    /// split or in conflict with `p`; `i` becomes the index of the boundary
+    /// split or in conflict with the point at (x, y); `i` becomes the index of the boundary
     /// edge reached.  False when the budget runs out.
-    bool RotateAround(IMeshPoint* r, IMeshPoint* p, IDelaunayTriangle*& n, int& i, int& budget);
+    bool RotateAround(IMeshPoint* r, double x, double y, IDelaunayTriangle*& n, int& i,
+                      int& budget);
+
+    /// Close with one AddEdge call per side of each visited triangle.
+    void CloseSideBySide();
 
     static ITriangleIterator fEnd;
 };

@@ -38,16 +38,19 @@ ORVEX::IMeshEdge* ORVEX::IMesh::AddEdge(IMeshEdge* edge) {
         ORVEXError("ORVEX::IMesh::AddEdge: edge is null");
         throw EMeshNull();
     }
-    TMeshEdgeSet::iterator found = fEdges.find(edge);
-    if (found != fEdges.end() && *found != edge) {
+    // One search: the place found serves as the hint for the insertion,
+    // since adding points leaves the edge set alone.
+    TMeshEdgeSet::iterator place = fEdges.lower_bound(edge);
+    const bool stored = place != fEdges.end() && !fEdges.key_comp()(edge, *place);
+    if (stored && *place != edge) {
         delete edge;
-        edge = *found;
+        edge = *place;
     }
     // Deliberately the base AddPoint: a mesh that overrides AddPoint (the
     // triangulation) must not be re-entered when edges are added.
     IMesh::AddPoint(edge->GetHead())->AddEdge(edge);
     IMesh::AddPoint(edge->GetTail())->AddEdge(edge);
-    fEdges.insert(edge);
+    if (!stored) fEdges.insert(place, edge);
     return edge;
 }
 

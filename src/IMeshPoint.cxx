@@ -12,11 +12,6 @@ namespace ORVEX {
     IMeshPoint::Walker IMeshPoint::fEnd;
 }
 
-bool ORVEX::TMeshPointPointerLessThan::operator()(const IMeshPoint* lhs,
-                                                  const IMeshPoint* rhs) const {
-    return *lhs < *rhs;
-}
-
 ORVEX::IMeshPoint::IMeshPoint() {}
 
 ORVEX::IMeshPoint::~IMeshPoint() {
@@ -25,13 +20,6 @@ ORVEX::IMeshPoint::~IMeshPoint() {
         fEdges.erase(edge);
         delete edge;
     }
-}
-
-bool ORVEX::IMeshPoint::operator<(const IMeshPoint& rhs) const {
-    if (this == &rhs) return false;
-    if (X() < rhs.X()) return true;
-    if (X() > rhs.X()) return false;
-    return Y() < rhs.Y();
 }
 
 int ORVEX::IMeshPoint::GetEdgeCount() const {

@@ -115,6 +115,20 @@ private:
     static Walker fEnd;
 };
 
+// Inline: every search of a point set compares points many times.
+inline bool ORVEX::IMeshPoint::operator<(const IMeshPoint& rhs) const {
+    if (this == &rhs) return false;
+    const double x = X(), rhsX = rhs.X();
+    if (x < rhsX) return true;
+    if (x > rhsX) return false;
+    return Y() < rhs.Y();
+}
+
+inline bool ORVEX::TMeshPointPointerLessThan::operator()(const IMeshPoint* lhs,
+                                                         const IMeshPoint* rhs) const {
+    return *lhs < *rhs;
+}
+
 /// Walks the points connected to a start point, breadth first.  The front of
 /// the queue is the current point; every point ever queued is remembered so
 /// that each one comes once.

@@ -23,6 +23,8 @@
 
 #include <IDelaunay2D.hxx>
 
+#include "Delaunay2DReference.hxx"
+
 using namespace ORVEX;
 
 namespace {
@@ -518,23 +520,6 @@ TEST(IDelaunay2D, RootIsSplitByTheScaffoldCornersAndOuterTrianglesAreNot) {
     EXPECT_EQ(outers.size(), 3u);
 }
 
-TEST(IDelaunay2D, PointInConflictWithNothingIsKeptOutOfEveryTriangle) {
-    ProbedDelaunay mesh;
-    const std::size_t triangles = mesh.TriangleCount();
-    // Every test against a triangle other than the root compares a NaN with
-    // 0, which is false: the search through the root's daughters finds
-    // nothing, and the point is stored in no triangle.
-    IMeshPoint* point = new IMeshXYPoint(std::numeric_limits<double>::quiet_NaN(), 0.5);
-    EXPECT_EQ(mesh.AddPoint(point), point);
-    EXPECT_EQ(mesh.Number(), 3);
-    EXPECT_EQ(mesh.TriangleCount(), triangles);
-    ASSERT_EQ(mesh.GetPoints().size(), 1u);
-    EXPECT_EQ(*mesh.GetPoints().begin(), point);
-    mesh.Close();
-    EXPECT_TRUE(mesh.GetEdges().empty());
-    EXPECT_EQ(point->GetEdgeCount(), 0);
-}
-
 TEST(IDelaunay2D, SameCoordinatesTwiceReturnTheFirstPointWithoutCounting) {
     ProbedDelaunay mesh;
     IMeshPoint* first = mesh.AddPoint(new IMeshXYPoint(0.5, 0.25));
@@ -1012,4 +997,402 @@ TEST(IDelaunay2DProperty, EdgesMatchABruteForceTriangulationAndWalksReachAllPoin
         ++checked;
     }
     EXPECT_EQ(checked, 300);
+}
+
+// ================================================================ reference
+
+namespace {
+    namespace Ref = Delaunay2DReference;
+
+    /// Gives the test the triangles of a mesh in order of creation.
+    class OpenDelaunay : public IDelaunay2D {
+    public:
+        const std::vector<IDelaunayTriangle*>& Children() const { return fChildren; }
+        int Number() const { return fNumber; }
+    };
+
+    typedef std::vector<XY> PointSet;
+
+    /// A point set of one of several kinds, drawn from gRandom: uniform,
+    /// co-circular, duplicated, collinear runs, the line x + y = 0 (in line
+    /// with the two scaffold corners), integer grids in rows or shuffled,
+    /// points beyond the scaffold, and mixtures of these.
+    PointSet RandomPointSet(int kind) {
+        PointSet points;
+        const int count = 3 + gRandom->Integer(120);
+        switch (kind) {
+        case 0:  // uniform
+            for (int i = 0; i < count; ++i)
+                points.push_back(XY(gRandom->Uniform(), gRandom->Uniform()));
+            break;
+        case 1: {  // integer points on circles of radius 5, 25 or 65, maybe with the centre
+            const int radii[3] = {5, 25, 65};
+            const int r = radii[gRandom->Integer(3)];
+            const double cx = gRandom->Integer(5), cy = gRandom->Integer(5);
+            for (int x = -r; x <= r; ++x) {
+                for (int y = -r; y <= r; ++y) {
+                    if (x * x + y * y == r * r) points.push_back(XY(cx + x, cy + y));
+                }
+            }
+            if (gRandom->Integer(2)) points.push_back(XY(cx, cy));
+            for (int i = gRandom->Integer(10); i > 0; --i) {
+                points.push_back(XY(cx + gRandom->Uniform(-r, r), cy + gRandom->Uniform(-r, r)));
+            }
+            break;
+        }
+        case 2:  // duplicates
+            for (int i = 0; i < count; ++i) {
+                if (!points.empty() && gRandom->Uniform() < 0.3) {
+                    points.push_back(points[gRandom->Integer(points.size())]);
+                } else {
+                    points.push_back(XY(gRandom->Uniform(), gRandom->Uniform()));
+                }
+            }
+            break;
+        case 3:  // collinear runs among random points
+            for (int run = 1 + gRandom->Integer(4); run > 0; --run) {
+                const double x0 = gRandom->Uniform(), y0 = gRandom->Uniform();
+                const int dx = gRandom->Integer(3), dy = gRandom->Integer(3) - 1;
+                const double step = 0.125 * (1 + gRandom->Integer(3));
+                for (int k = 3 + gRandom->Integer(10); k > 0; --k) {
+                    points.push_back(XY(x0 + k * step * dx, y0 + k * step * dy));
+                }
+            }
+            for (int i = gRandom->Integer(20); i > 0; --i) {
+                points.push_back(XY(gRandom->Uniform(), gRandom->Uniform()));
+            }
+            break;
+        case 4:  // on x + y = 0, with others
+            for (int i = 2 + gRandom->Integer(12); i > 0; --i) {
+                const double t =
+                    gRandom->Integer(2) ? gRandom->Integer(9) - 4.0 : gRandom->Uniform(-3, 3);
+                points.push_back(XY(t, -t));
+            }
+            for (int i = gRandom->Integer(20); i > 0; --i) {
+                points.push_back(XY(gRandom->Uniform(-3, 3), gRandom->Uniform(-3, 3)));
+            }
+            break;
+        case 5: {  // integer grid, in rows
+            const int nx = 2 + gRandom->Integer(9), ny = 2 + gRandom->Integer(9);
+            const double scale = gRandom->Integer(2) ? 1.0 : 0.25;
+            const double ox = gRandom->Integer(3) + 0.5, oy = gRandom->Integer(3);
+            for (int i = 0; i < nx; ++i) {
+                for (int j = 0; j < ny; ++j) points.push_back(XY(ox + i * scale, oy + j * scale));
+            }
+            break;
+        }
+        case 6:  // beyond the scaffold
+            for (int i = 0; i < count; ++i) {
+                const double reach = gRandom->Integer(3) ? 1.0 : 40000.0;
+                points.push_back(
+                    XY(gRandom->Uniform(-reach, reach), gRandom->Uniform(-reach, reach)));
+            }
+            break;
+        default:  // a mixture of the kinds above
+            for (int part = 0; part < 3; ++part) {
+                PointSet more = RandomPointSet(gRandom->Integer(7));
+                points.insert(points.end(), more.begin(), more.end());
+            }
+            break;
+        }
+        if (kind != 5 && gRandom->Integer(2)) points = Shuffled(points);
+        if (kind == 5 && gRandom->Integer(2)) points = Shuffled(points);
+        return points;
+    }
+
+    std::string Describe(const Ref::Point* p) {
+        std::ostringstream s;
+        s << (p->fScaffold ? "scaffold" : "") << "(" << p->fX << ", " << p->fY << ")";
+        return s.str();
+    }
+
+    std::string Describe(const IMeshPoint* p) {
+        std::ostringstream s;
+        s << (dynamic_cast<const IMeshXYPoint*>(p) ? "" : "scaffold") << "(" << p->X() << ", "
+          << p->Y() << ")";
+        return s.str();
+    }
+
+    /// A triangle as text: flag word, search number, corners and the
+    /// creation index of each neighbour.
+    std::string Describe(const Ref::Triangle* t) {
+        std::ostringstream s;
+        s << t->fIndex << " flag " << t->fFlag << " number " << t->fNumber;
+        for (const Ref::Point* v : t->fVertices) s << " " << Describe(v);
+        for (const Ref::Triangle* n : t->fNeighbors) s << " n" << (n ? n->fIndex : -1);
+        return s.str();
+    }
+
+    std::string Describe(IDelaunayTriangle* t, const std::map<IDelaunayTriangle*, int>& index) {
+        std::ostringstream s;
+        s << index.at(t) << " flag " << t->GetFlag().GetValue() << " number " << t->GetNumber();
+        for (int k = 0; k < 3; ++k) s << " " << Describe(t->GetVertex(k));
+        for (int k = 0; k < 3; ++k) {
+            IDelaunayTriangle* n = t->GetNeighbor(k);
+            s << " n" << (n ? index.at(n) : -1);
+        }
+        return s.str();
+    }
+
+    /// The reports of the debug stream, each cut down to its text.
+    std::vector<std::string> Reports(const std::string& text) {
+        std::vector<std::string> reports;
+        std::istringstream lines(text);
+        std::string line;
+        const std::regex shape("SEVERE: [^\n]*IDelaunay2D\\.cxx:[0-9]+: (.*)");
+        std::smatch match;
+        while (std::getline(lines, line)) {
+            reports.push_back(std::regex_match(line, match, shape) ? match[1].str() : line);
+        }
+        return reports;
+    }
+
+    /// Inserts the same points into the library and the reference and
+    /// compares every result, every report, the whole history of triangles,
+    /// the iteration order and the edges after Close.  Counts what it met.
+    ::testing::AssertionResult SameAsTheReference(const PointSet& points,
+                                                  std::map<std::string, int>& met) {
+        CapturedDebug log(IORVEXLog::SevereLevel);
+        OpenDelaunay mesh;
+        Ref::Mesh reference;
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            const XY& xy = points[i];
+            // A point on a scaffold corner would end the process.
+            if ((xy.first == 10000 && xy.second == -10000) ||
+                (xy.first == -10000 && xy.second == 10000)) {
+                continue;
+            }
+            const std::size_t before = mesh.GetPoints().size();
+            IMeshPoint* added = mesh.AddPoint(new IMeshXYPoint(xy.first, xy.second));
+            const Ref::Result expected = reference.AddPoint(xy.first, xy.second);
+            const Ref::Result got = !added                             ? Ref::kNull
+                                    : mesh.GetPoints().size() > before ? Ref::kInserted
+                                                                       : Ref::kMerged;
+            if (got != expected) {
+                return ::testing::AssertionFailure()
+                       << "point " << i << " " << got << " instead of " << expected;
+            }
+            ++met[got == Ref::kNull ? "failed" : got == Ref::kMerged ? "merged" : "inserted"];
+            if (added && (added->X() != xy.first || added->Y() != xy.second)) {
+                return ::testing::AssertionFailure() << "point " << i << " came back elsewhere";
+            }
+            if (got == Ref::kNull) break;  // the mesh is spoiled for more
+        }
+        if (Reports(log.text.str()) != reference.fReports) {
+            return ::testing::AssertionFailure() << "reports: " << log.text.str();
+        }
+        if (mesh.Number() != reference.fNumber) {
+            return ::testing::AssertionFailure() << "insertions counted " << mesh.Number();
+        }
+
+        // The whole history, triangle by triangle in order of creation.
+        const std::vector<IDelaunayTriangle*>& children = mesh.Children();
+        if (children.size() != reference.fChildren.size()) {
+            return ::testing::AssertionFailure()
+                   << children.size() << " triangles instead of " << reference.fChildren.size();
+        }
+        std::map<IDelaunayTriangle*, int> index;
+        for (std::size_t k = 0; k < children.size(); ++k) index[children[k]] = k;
+        for (std::size_t k = 0; k < children.size(); ++k) {
+            const std::string got = Describe(children[k], index);
+            const std::string expected = Describe(reference.fChildren[k]);
+            if (got != expected) {
+                return ::testing::AssertionFailure()
+                       << "triangle " << got << "\ninstead of " << expected;
+            }
+        }
+
+        // The iteration order.
+        std::vector<int> order;
+        for (IDelaunay2D::ITriangleIterator t = mesh.BeginTriangles(); t != mesh.EndTriangles();
+             ++t) {
+            order.push_back(index.at(&*t));
+        }
+        std::vector<int> expectedOrder;
+        for (const Ref::Triangle* t : reference.Triangles()) expectedOrder.push_back(t->fIndex);
+        if (order != expectedOrder) {
+            return ::testing::AssertionFailure() << "iteration order differs";
+        }
+
+        // The edges, in the order of the mesh's set, and on every point.
+        mesh.Close();
+        reference.Close();
+        std::vector<Ref::Edge> edges;
+        for (IMesh::EdgeIterator e = mesh.BeginEdges(); e != mesh.EndEdges(); ++e) {
+            edges.push_back(Ref::Edge(Place((*e)->GetHead()), Place((*e)->GetTail())));
+        }
+        if (edges != std::vector<Ref::Edge>(reference.fEdges.begin(), reference.fEdges.end())) {
+            return ::testing::AssertionFailure()
+                   << "edges differ: " << edges.size() << " instead of " << reference.fEdges.size();
+        }
+        std::map<XY, int> degree;
+        for (const Ref::Edge& e : reference.fEdges) {
+            ++degree[e.first];
+            ++degree[e.second];
+        }
+        for (IMeshPoint* p : mesh.GetPoints()) {
+            if (p->GetEdgeCount() != degree[Place(p)]) {
+                return ::testing::AssertionFailure() << "edges at " << Describe(p);
+            }
+        }
+        met["edges"] += edges.size();
+        return ::testing::AssertionSuccess();
+    }
+}
+
+TEST(IDelaunay2DReference, MatchesTheReferenceOn2400RandomPointSets) {
+    gRandom->SetSeed(20261125);
+    std::map<std::string, int> met;
+    for (int set = 0; set < 2400; ++set) {
+        const int kind = set % 8;
+        const PointSet points = RandomPointSet(kind);
+        ASSERT_TRUE(SameAsTheReference(points, met)) << "set " << set << " of kind " << kind;
+    }
+    // The hard cases were met, not only the easy ones.
+    EXPECT_GT(met["failed"], 50);
+    EXPECT_GT(met["merged"], 500);
+    EXPECT_GT(met["inserted"], 50000);
+}
+
+TEST(IDelaunay2DReference, MatchesTheReferenceOnLargeUniformAndGridSets) {
+    gRandom->SetSeed(77);
+    std::map<std::string, int> met;
+    PointSet uniform;
+    for (int i = 0; i < 3000; ++i) uniform.push_back(XY(gRandom->Uniform(), gRandom->Uniform()));
+    ASSERT_TRUE(SameAsTheReference(uniform, met));
+    PointSet jittered;
+    for (int i = 0; i < 40; ++i) {
+        for (int j = 0; j < 40; ++j) {
+            jittered.push_back(
+                XY(i + gRandom->Uniform(-0.1, 0.1), j + gRandom->Uniform(-0.1, 0.1)));
+        }
+    }
+    ASSERT_TRUE(SameAsTheReference(jittered, met));
+    ASSERT_TRUE(SameAsTheReference(Shuffled(jittered), met));
+    EXPECT_EQ(met["inserted"], 3000 + 2 * 1600);
+}
+
+// ================================================================ hostile input
+
+namespace {
+    /// Every triangle of a mesh as text, in order of creation.
+    std::vector<std::string> History(const OpenDelaunay& mesh) {
+        std::map<IDelaunayTriangle*, int> index;
+        for (std::size_t k = 0; k < mesh.Children().size(); ++k) index[mesh.Children()[k]] = k;
+        std::vector<std::string> history;
+        for (IDelaunayTriangle* t : mesh.Children()) history.push_back(Describe(t, index));
+        return history;
+    }
+}
+
+TEST(IDelaunay2D, NonFiniteCoordinatesThrowAndLeaveTheMeshAsItWas) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    const XY hostile[] = {{nan, 0.5}, {0.5, nan}, {nan, nan}, {inf, 0.5}, {0.5, -inf}, {-inf, inf}};
+    const char* shown[] = {"(nan, 0.5)", "(0.5, nan)",  "(nan, nan)",
+                           "(inf, 0.5)", "(0.5, -inf)", "(-inf, inf)"};
+    gRandom->SetSeed(31);
+    PointSet points;
+    for (int i = 0; i < 40; ++i) points.push_back(XY(gRandom->Uniform(), gRandom->Uniform()));
+    OpenDelaunay mesh;
+    Ref::Mesh reference;
+    for (std::size_t k = 0; k < points.size(); ++k) {
+        const XY& p = points[k];
+        mesh.AddPoint(new IMeshXYPoint(p.first, p.second));
+        reference.AddPoint(p.first, p.second);
+        if (k % 7 != 3) continue;
+        // Between insertions, each hostile point in turn.
+        for (int h = 0; h < 6; ++h) {
+            CapturedDebug log(IORVEXLog::ErrorLevel);
+            const std::vector<std::string> before = History(mesh);
+            const std::size_t pointCount = mesh.GetPoints().size();
+            const int number = mesh.Number();
+            EXPECT_THROW(mesh.AddPoint(new IMeshXYPoint(hostile[h].first, hostile[h].second)),
+                         EDelaunayPoint);
+            EXPECT_EQ(History(mesh), before);
+            EXPECT_EQ(mesh.GetPoints().size(), pointCount);
+            EXPECT_EQ(mesh.Number(), number);
+            EXPECT_TRUE(std::regex_match(
+                log.text.str(),
+                std::regex(std::string("ERROR: [^\n]*IDelaunay2D\\.cxx:[0-9]+: "
+                                       "ORVEX::IDelaunay2D::AddPoint: point \\") +
+                           std::string(shown[h]).insert(std::string(shown[h]).size() - 1, "\\") +
+                           " is not a finite place\n")))
+                << log.text.str();
+        }
+    }
+    // The mesh went on as if the hostile points had never been given.
+    mesh.Close();
+    reference.Close();
+    std::vector<Ref::Edge> edges;
+    for (IMesh::EdgeIterator e = mesh.BeginEdges(); e != mesh.EndEdges(); ++e) {
+        edges.push_back(Ref::Edge(Place((*e)->GetHead()), Place((*e)->GetTail())));
+    }
+    EXPECT_EQ(edges, std::vector<Ref::Edge>(reference.fEdges.begin(), reference.fEdges.end()));
+}
+
+TEST(IDelaunay2D, NonFinitePointIsDeletedAndTheExceptionNamesItsClass) {
+    static int destroyed = 0;
+    struct Tracked : IMeshXYPoint {
+        Tracked(double x, double y) : IMeshXYPoint(x, y) {}
+        ~Tracked() override { ++destroyed; }
+    };
+    CapturedDebug log(IORVEXLog::ErrorLevel);
+    IDelaunay2D mesh;
+    try {
+        mesh.AddPoint(new Tracked(std::numeric_limits<double>::quiet_NaN(), 1));
+        ADD_FAILURE() << "no exception";
+    } catch (const EovUtility& e) {
+        EXPECT_STREQ(e.what(), "EovCore::EovUtility::EDelaunayPoint");
+    }
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_TRUE(mesh.GetPoints().empty());
+}
+
+namespace {
+    /// A triangulation that records the ends of every edge Close hands to
+    /// AddEdge.
+    class RecordingDelaunay : public IDelaunay2D {
+    public:
+        std::vector<Segment> fCalls;
+        IMeshEdge* AddEdge(IMeshEdge* edge) override {
+            fCalls.push_back(Key(edge));
+            return IDelaunay2D::AddEdge(edge);
+        }
+    };
+}
+
+// A subclass that overrides AddEdge sees one call per side of every visited
+// triangle, in visiting order, shared sides twice; the edges are the same as
+// those of a plain triangulation.
+TEST(IDelaunay2D, CloseCallsAnOverriddenAddEdgeOncePerTriangleSide) {
+    gRandom->SetSeed(4242);
+    RecordingDelaunay recording;
+    IDelaunay2D plain;
+    Ref::Mesh reference;
+    for (int k = 0; k < 300; ++k) {
+        // Coordinates on a coarse grid, so that duplicates and collinear
+        // runs occur.
+        const double x = std::floor(gRandom->Uniform(0, 40)) * 0.5;
+        const double y = std::floor(gRandom->Uniform(0, 40)) * 0.5;
+        recording.AddPoint(new IMeshXYPoint(x, y));
+        plain.AddPoint(new IMeshXYPoint(x, y));
+        reference.AddPoint(x, y);
+    }
+    std::vector<Segment> expected;
+    for (const Ref::Triangle* t : reference.Triangles()) {
+        for (int k = 0; k < 3; ++k) {
+            const Ref::Point* a = t->fVertices[k];
+            const Ref::Point* b = t->fVertices[(k + 1) % 3];
+            if (a->fScaffold || b->fScaffold) continue;
+            // An edge's head is the end that sorts first.
+            const XY head(a->fX, a->fY), tail(b->fX, b->fY);
+            expected.push_back(head < tail ? Segment(head, tail) : Segment(tail, head));
+        }
+    }
+    recording.Close();
+    plain.Close();
+    EXPECT_GT(expected.size(), 1.5 * EdgePlaces(plain).size());
+    EXPECT_EQ(recording.fCalls, expected);
+    EXPECT_EQ(EdgePlaces(recording), EdgePlaces(plain));
 }
