@@ -61,9 +61,10 @@ namespace reco {
         /// its angle, radius and number of combo hits.
         std::vector<double> line_angle, line_radius;
         std::vector<int> line_n;
-        /// The straight-line fit of X against transverse path length.
-        std::vector<double> fit_tanl, fit_tanl_err, fit_x0, fit_x0_err, fit_chi2;
-        std::vector<int> fit_ndf;
+        /// The straight-line fit of X against transverse path length, over
+        /// the fit_n combo hits that the circle fit kept.
+        std::vector<double> fit_tanl, fit_tanl_err, fit_x0, fit_chi2;
+        std::vector<int> fit_n, fit_ndf;
         /// The circle fit in the pad plane at the first combo hit: Y, the
         /// direction, the signed curvature (1/mm) with its error, chi-square,
         /// and the transverse momentum and charge it gives.

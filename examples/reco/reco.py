@@ -55,7 +55,7 @@ TRUTH_COLUMNS = [name for name in SIM_COLUMNS if name.startswith("track_")]
 RECO_COLUMNS = [
     "cluster_x", "cluster_y", "cluster_z", "cluster_q", "cluster_n",
     "line_angle", "line_radius", "line_n",
-    "fit_tanl", "fit_tanl_err", "fit_x0", "fit_chi2", "fit_ndf",
+    "fit_tanl", "fit_tanl_err", "fit_x0", "fit_chi2", "fit_n", "fit_ndf",
     "circle_z", "circle_y", "circle_phi", "circle_kappa", "circle_kappa_err", "circle_chi2",
     "pt", "pt_err", "charge",
     "kal_x", "kal_y", "kal_dxdz", "kal_dydz", "kal_dxdz_err", "kal_dydz_err", "kal_chi2",
