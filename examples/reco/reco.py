@@ -93,7 +93,10 @@ def check_input(path):
     import ROOT
     if not os.path.isfile(path):
         raise InputError(f"input file {path} does not exist")
-    handle = ROOT.TFile.Open(str(path), "READ")
+    try:
+        handle = ROOT.TFile.Open(str(path), "READ")
+    except OSError:
+        handle = None
     if not handle or handle.IsZombie():
         raise InputError(f"input file {path} is not a ROOT file")
     try:
@@ -383,7 +386,7 @@ def main(argv=None):
                       help="directory for sim.root, reco.root and the pictures")
 
     args = parser.parse_args(argv)
-    if args.workers < 0:
+    if getattr(args, "workers", 0) < 0:
         fail("--workers must be 0 or more")
 
     import ROOT
