@@ -68,6 +68,8 @@ RECO_TIME_COLUMNS = ["time_clusters", "time_hough", "time_linefit", "time_kalman
 #: hits, are the ones the reconstruction is expected to find.
 PT_THRESHOLD = 300.0
 MIN_TRACK_HITS = 60
+#: Entries per cluster of the simulated file.
+EVENTS_PER_CLUSTER = 5
 
 
 class InputError(Exception):
@@ -134,8 +136,13 @@ def simulate(events, seed, output, timing):
     for column in columns:
         df = df.Define(column, f"sim.{column}")
     ROOT.RDF.Experimental.AddProgressBar(ROOT.RDF.AsRNode(df))
+    # Distributed RDataFrame splits a file at its clusters: small ones let
+    # even a short file spread over several workers.
+    options = ROOT.RDF.RSnapshotOptions()
+    options.fAutoFlush = EVENTS_PER_CLUSTER
     start = time.perf_counter()
-    write_atomically(output, lambda path: df.Snapshot("events", str(path), ["event"] + columns))
+    write_atomically(output, lambda path: df.Snapshot("events", str(path), ["event"] + columns,
+                                                      options))
     elapsed = time.perf_counter() - start
     print(f"simulated {events} events in {elapsed:.1f} s into {output}")
 
@@ -188,11 +195,11 @@ def reconstruct(input_path, output, build_dir, workers=0, scheduler=None, partit
     try:
         distributed.initialize(load_libraries, str(build_dir))
         nparts = partitions or max(2 * len(client.scheduler_info()["workers"]), 1)
-        nparts = min(nparts, events)
+        nparts = max(min(nparts, events), 1)
         start = time.perf_counter()
 
         def write(path):
-            # Each partition writes <stem>_<i>.root beside the final file;
+            # Partition i writes <stem>_part_<i>.root beside the final file;
             # the workers must see this directory (a shared file system on a
             # batch cluster).
             base = path.with_name(path.stem + "_part.root")
@@ -200,8 +207,14 @@ def reconstruct(input_path, output, build_dir, workers=0, scheduler=None, partit
                                              daskclient=client, npartitions=nparts)
             df, columns = define_reconstruction(df, timing)
             df.Snapshot("events", str(base), columns)
+            # A file of fewer clusters than partitions makes fewer tasks.
             parts = [path.with_name(f"{path.stem}_part_{i}.root") for i in range(nparts)]
-            merge_parts([p for p in parts if p.exists()], path)
+            written = [p for p in parts if p.exists()]
+            merge_parts(written, path)
+            print(f"joined the outputs of {len(written)} partitions")
+            written = ROOT.RDataFrame("events", str(path)).Count().GetValue()
+            if written != events:
+                raise RuntimeError(f"{written} events written for {events} read")
 
         write_atomically(output, write)
         return events / (time.perf_counter() - start)
@@ -436,7 +449,7 @@ def main(argv=None):
             args.pictures = args.pictures or out
         rate = reconstruct(args.input, args.output, args.build_dir, args.workers,
                            args.scheduler, args.partitions, args.timing)
-    except InputError as error:
+    except (InputError, RuntimeError) as error:
         fail(str(error))
     how = (f"the scheduler at {args.scheduler}" if args.scheduler else
            f"{args.workers} Dask workers" if args.workers else "sequentially")

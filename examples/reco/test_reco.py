@@ -48,8 +48,10 @@ def test_simulation_is_seeded(tmp_path):
 def test_sequential_and_dask_identical(tmp_path):
     run_ok("simulate", "--events", 20, "--seed", 5, "--output", tmp_path / "sim.root")
     run_ok("reconstruct", "--input", tmp_path / "sim.root", "--output", tmp_path / "seq.root")
-    run_ok("reconstruct", "--input", tmp_path / "sim.root", "--output", tmp_path / "dask.root",
-           "--workers", 2, "--partitions", 3)
+    result = run_ok("reconstruct", "--input", tmp_path / "sim.root", "--output",
+                    tmp_path / "dask.root", "--workers", 2, "--partitions", 3)
+    # The events really were split.
+    assert "joined the outputs of 3 partitions" in result.stdout
     sequential, distributed = read_tree(tmp_path / "seq.root"), read_tree(tmp_path / "dask.root")
     assert sorted(sequential) == sorted(distributed)
     assert len(sequential["event"]) == 20
