@@ -1,6 +1,6 @@
 # The two commands of the README:
 #   make test   set up, build everything, run the whole test suite
-#   make demo   set up, build, run the tour
+#   make demo   set up, build, run the tour and a short reconstruction pass
 BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_ARGS ?=
