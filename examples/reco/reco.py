@@ -265,9 +265,10 @@ def summarize(path, timing=False):
             best = on_track[np.argmax(line_n[on_track])]
             pulls.append((data["fit_tanl"][i][best] - tanl[track]) / data["fit_tanl_err"][i][best])
             resolution.append(data["pt"][i][best] / tracks_pt[track] - 1)
-            if data["pt_err"][i][best] > 0:  # Minuit may give no covariance
-                pt_pulls.append(
-                    (data["pt"][i][best] - tracks_pt[track]) / data["pt_err"][i][best])
+            pt_pull = (data["pt"][i][best] - tracks_pt[track]) / data["pt_err"][i][best]
+            # Minuit may give no covariance, or a fit may end without a value.
+            if data["pt_err"][i][best] > 0 and np.isfinite(pt_pull):
+                pt_pulls.append(pt_pull)
             resolution_pt.append(tracks_pt[track])
     pulls = np.asarray(pulls)
     summary = {
