@@ -22,13 +22,16 @@ namespace {
         return found != mesh.GetPoints().end() && *found == point;
     }
 
-    void CheckEdges(IDelaunay2D& mesh) {
+    // `stale`: points were added after an earlier Close, whose edges of
+    // triangles split since then stay in the mesh beside the new ones.
+    void CheckEdges(IDelaunay2D& mesh, bool stale) {
         std::size_t n = mesh.GetPoints().size();
         for (IMeshEdge* edge : mesh.GetEdges()) {
             FUZZ_CHECK(edge->GetHead() != edge->GetTail());
             FUZZ_CHECK(Holds(mesh, edge->GetHead()));
             FUZZ_CHECK(Holds(mesh, edge->GetTail()));
         }
+        if (stale) return;
         // The edges of a triangulation form a planar graph.
         std::size_t most = n < 3 ? n * (n - 1) / 2 : 3 * n - 6;
         FUZZ_CHECK(mesh.GetEdges().size() <= most);
@@ -71,6 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     IDelaunay2D mesh;
     std::set<std::pair<double, double> > distinct;
     std::size_t operations = 0;
+    bool closed = false, stale = false;
     while (!in.Empty() && ++operations < 200) {
         int op = in.Byte() % 8;
         if (op < 5) {
@@ -81,12 +85,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             // A failed insertion leaves a mesh only fit to be destroyed.
             if (point == nullptr) return 0;
             distinct.emplace(x, y);
+            stale = stale || closed;
             FUZZ_CHECK(point->X() == x && point->Y() == y);
             FUZZ_CHECK(Holds(mesh, point));
             FUZZ_CHECK(mesh.GetPoints().size() == distinct.size());
         } else if (op == 5) {
             mesh.Close();
-            CheckEdges(mesh);
+            closed = true;
+            CheckEdges(mesh, stale);
         } else if (op == 6) {
             CheckTriangles(mesh);
         } else if (!mesh.GetPoints().empty()) {
