@@ -227,7 +227,12 @@ int ORVEX::ITrajectoryTracker::TrackParticle(TVector3 StartPosition, TVector3 En
     proximityXYZ = (EndPosition - position).Mag();
     if (proximityXYZ > Closest) {
         // Cut back to the closest point, which then stands twice in a row.
+        // With no point ever nearer than the start value, the cut reaches
+        // past the path: its entries are made to exist, and their running
+        // lengths are the path's last one.
+        for (int i = nPoints; i <= nPointClose; ++i) trackLength[i] = runLength;
         nPoints = nPointClose + 1;
+        EnsureEntry(points, nPointStart - 1 + nPoints);
         points[nPointStart - 1 + nPoints] = ClosePosition;
         position = ClosePosition;
         proximityXYZ = (EndPosition - position).Mag();

@@ -459,6 +459,21 @@ TEST_F(TrajectoryTracker, TrackParticleTargetBeyondTheLimitFromTheStartReportsNo
               "\n");
 }
 
+TEST_F(TrajectoryTracker, TrackParticleCutPastAPathOfNoPointStaysInsideThePoints) {
+    // So far away that the distance is infinite as a float: no point is ever
+    // nearer than the start value, and the cut goes to the third entry,
+    // beyond the two the caller gave.
+    SetFieldInTesla(TVector3(0, 0, 1));
+    TVector3 start(1e300, 0, 0), end(10, 0, 0), momentum(10000, 0, 0);
+    std::vector<TVector3> points = Fresh(2);
+    int n = fTracker.TrackParticle(start, end, momentum, 1.0, points, 0);
+    EXPECT_EQ(n, 3);
+    ASSERT_GE(points.size(), 3u);
+    // The closest position stays at its start value, the origin, 10 from
+    // the target, and the gap is spread over a path of length 0: 0 / 0.
+    EXPECT_TRUE(std::isnan(points[2].X()));
+}
+
 TEST_F(TrajectoryTracker, TrackParticleWarningFollowsTheErrorPriority) {
     SetFieldInTesla(TVector3(0, 0, 1));
     IORVEXLog::SetDebugLevel(IORVEXLog::ErrorLevel);
