@@ -12,6 +12,7 @@
 #include <IORVEXLog.hxx>
 
 #include "detail/BoxCellIndex.hxx"
+#include "detail/NewOutOfLine.hxx"
 
 namespace {
     /// Largest accepted absolute value of any one coordinate, for a seed and
@@ -143,7 +144,7 @@ std::vector<ORVEX::IChargeClusters::RankedHit> ORVEX::IChargeClusters::RankByCha
 ORVEX::IHitSelection* ORVEX::IChargeClusters::operator()(const IHitSelection& hits) {
     // A null handle among the hits throws when its charge is read for the
     // sort and passes out; this selection is then not released.
-    IHitSelection* nhits = new IHitSelection(hits.GetName(), "Hit Handles");
+    IHitSelection* nhits = ovUtility::NewOutOfLine<IHitSelection>(hits.GetName(), "Hit Handles");
 
     std::vector<RankedHit> ranked = RankByCharge(hits);
     std::vector<ovUtility::BoxCellIndex::Point> positions;
@@ -162,7 +163,7 @@ ORVEX::IHitSelection* ORVEX::IChargeClusters::operator()(const IHitSelection& hi
         if (ranked[seed].charge <= 0.0) continue;
         const std::array<double, 3>& position = ranked[seed].position;
         if (!InRange(position[0], position[1], position[2])) continue;
-        IComboHit* combo = new IComboHit;
+        IComboHit* combo = ovUtility::NewOutOfLine<IComboHit>();
         comboHits.push_back(combo);
         combo->PrepareCombo();
         combo->AddHit(*ranked[seed].hit);

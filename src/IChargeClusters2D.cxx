@@ -13,6 +13,7 @@
 
 #include "detail/BoxCellIndex.hxx"
 #include "detail/FirstMatchTree.hxx"
+#include "detail/NewOutOfLine.hxx"
 
 namespace {
     using ORVEX::IComboHit;
@@ -389,7 +390,7 @@ ORVEX::IChargeClusters2D::IChargeClusters2D(double xGap, double yGap, double pre
 ORVEX::IChargeClusters2D::~IChargeClusters2D() {}
 
 ORVEX::IHitSelection* ORVEX::IChargeClusters2D::operator()(const IHitSelection& hits) {
-    IHitSelection* result = new IHitSelection(hits.GetName(), "Hit Handles");
+    IHitSelection* result = ovUtility::NewOutOfLine<IHitSelection>(hits.GetName(), "Hit Handles");
     const std::vector<PlaneHit> ranked = RankAlongNormal(hits, fPrec, fXPlane, fYPlane, fZPlane);
     PlaneGrowth growth(ranked, PairLimits{fXGap, fYGap, fPrec, fChargeRatio});
 
@@ -401,7 +402,7 @@ ORVEX::IHitSelection* ORVEX::IChargeClusters2D::operator()(const IHitSelection& 
             std::size_t seed = growth.TakeFirst();
             if (ranked[seed].charge <= 0.0) continue;
             if (OutOfRange(ranked[seed].position)) continue;
-            IComboHit* combo = new IComboHit;
+            IComboHit* combo = ovUtility::NewOutOfLine<IComboHit>();
             comboHits.push_back(combo);
             combo->PrepareCombo();
             combo->AddHit(*ranked[seed].hit);

@@ -19,6 +19,8 @@
 #include <IHitSelection.hxx>
 #include <IORVEXLog.hxx>
 
+#include "detail/NewOutOfLine.hxx"
+
 namespace reference {
     class LiteralChargeClusters2D {
     public:
@@ -41,7 +43,8 @@ namespace reference {
 
         ORVEX::IHitSelection* operator()(const ORVEX::IHitSelection& hits) const {
             typedef ORVEX::IHandle<ORVEX::IHit> Handle;
-            ORVEX::IHitSelection* result = new ORVEX::IHitSelection(hits.GetName(), "Hit Handles");
+            ORVEX::IHitSelection* result =
+                ovUtility::NewOutOfLine<ORVEX::IHitSelection>(hits.GetName(), "Hit Handles");
             std::list<Handle> freeList(hits.begin(), hits.end());
             const double prec = fPrec;
             const TVector3 zPlane = fZPlane;
@@ -60,7 +63,7 @@ namespace reference {
                     freeList.pop_front();
                     if (seed->GetCharge() <= 0.0) continue;
                     if (OutOfRange(seed->GetPosition())) continue;
-                    ORVEX::IComboHit* combo = new ORVEX::IComboHit;
+                    ORVEX::IComboHit* combo = ovUtility::NewOutOfLine<ORVEX::IComboHit>();
                     comboHits.push_back(combo);
                     combo->PrepareCombo();
                     combo->AddHit(seed);

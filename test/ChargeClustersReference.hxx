@@ -15,6 +15,8 @@
 #include <IHitSelection.hxx>
 #include <IORVEXLog.hxx>
 
+#include "detail/NewOutOfLine.hxx"
+
 namespace reference {
     class LiteralChargeClusters {
     public:
@@ -22,7 +24,8 @@ namespace reference {
             : fXGap(xGap), fYGap(yGap), fZGap(zGap) {}
 
         ORVEX::IHitSelection* operator()(const ORVEX::IHitSelection& hits) const {
-            ORVEX::IHitSelection* nhits = new ORVEX::IHitSelection(hits.GetName(), "Hit Handles");
+            ORVEX::IHitSelection* nhits =
+                ovUtility::NewOutOfLine<ORVEX::IHitSelection>(hits.GetName(), "Hit Handles");
             std::list<ORVEX::IHandle<ORVEX::IHit> > freeList(hits.begin(), hits.end());
             freeList.sort(
                 [](const ORVEX::IHandle<ORVEX::IHit>& a, const ORVEX::IHandle<ORVEX::IHit>& b) {
@@ -60,7 +63,7 @@ namespace reference {
                 if (std::fabs(hit->GetPosition().X()) > 100000.0) continue;
                 if (std::fabs(hit->GetPosition().Y()) > 100000.0) continue;
                 if (std::fabs(hit->GetPosition().Z()) > 100000.0) continue;
-                ORVEX::IComboHit* combo = new ORVEX::IComboHit;
+                ORVEX::IComboHit* combo = ovUtility::NewOutOfLine<ORVEX::IComboHit>();
                 comboHits.push_back(combo);
                 combo->PrepareCombo();
                 combo->AddHit(hit);
