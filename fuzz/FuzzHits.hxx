@@ -54,6 +54,14 @@ namespace fuzz {
     private:
         std::map<const TObject*, int> fCount;
     };
+
+    /// A charge clusterer's result: given, and each input hit in it once
+    /// at most, whether alone or inside a combo hit.
+    inline void CheckClusters(const ORVEX::IHitSelection& input,
+                              const ORVEX::IHitSelection* result) {
+        FUZZ_CHECK(result != nullptr);
+        Membership(input).Add(*result);
+    }
 }
 
 #endif

@@ -21,9 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         IChargeClusters clusterer(xGap, yGap, zGap);
         std::unique_ptr<IHitSelection> result(clusterer(hits));
-        FUZZ_CHECK(result != nullptr);
-        fuzz::Membership members(hits);
-        members.Add(*result);
+        fuzz::CheckClusters(hits, result.get());
     } catch (const EovUtility&) {
     }
     return 0;
