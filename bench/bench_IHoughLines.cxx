@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -106,4 +107,37 @@ namespace {
         state.SetItemsProcessed(state.iterations() * state.range(0));
     }
     BENCHMARK(BM_RemoveSharedKeepingShares)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+    // A fine grid under a long coherence length: 80 mm square, 0.5 mm
+    // lines, over-sampling 4, 1 291 568 lines, each point on about a
+    // thousand of them.  Every line of three points or more is sorted again
+    // after each one treated, so the time goes as the square of their
+    // number, which is the complexity's N here.  Argument: point count.
+    void BM_RemoveSharedCrowded(benchmark::State& state) {
+        IHoughLines space(0, 0, 80, 80, 0.5, 4, 1e300);
+        TRandom3 random(99);
+        Positions positions;
+        for (int i = 0; i < state.range(0); ++i)
+            positions.push_back(std::make_pair(random.Uniform(0, 80), random.Uniform(0, 80)));
+        std::size_t crowded = 0;
+        for (auto _ : state) {
+            state.PauseTiming();
+            space.Clear();
+            Fill(space, positions);
+            crowded = 0;
+            for (const IHoughLine& line : space.GetLines())
+                if (line.GetPoints().size() > 2) ++crowded;
+            state.ResumeTiming();
+            space.RemoveShared(0.5);
+        }
+        state.counters["crowded_lines"] = crowded;
+        state.SetComplexityN(crowded);
+    }
+    BENCHMARK(BM_RemoveSharedCrowded)
+        ->Arg(25)
+        ->Arg(50)
+        ->Arg(75)
+        ->Arg(100)
+        ->Complexity(benchmark::oNSquared)
+        ->Unit(benchmark::kMillisecond);
 }

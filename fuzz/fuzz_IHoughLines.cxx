@@ -25,6 +25,19 @@ namespace {
         double fX, fY, fWeight;
     };
 
+    // RemoveShared sorts all its lines of three points or more again after
+    // treating each of them, so its time grows as the square of their
+    // number: 10 s at 22 000 of them, which a fine grid under a long
+    // coherence length gives from a hundred points.  That price is known and
+    // measured by the benchmarks; such spaces are not resolved here.
+    bool Crowded(IHoughLines& space) {
+        std::size_t crowded = 0;
+        // Read through const lines, which leave their lists unsorted.
+        for (const IHoughLine& line : space.GetLines())
+            if (line.GetPoints().size() > 2) ++crowded;
+        return crowded > 2000;
+    }
+
     // A point names only lines whose lists hold it, and every point on a
     // line is one of the space's.  (The converse may fail: a point put twice
     // on one line, as bins clamped to the edge of the grid do, is named
@@ -71,6 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 FUZZ_CHECK(space.GetPoints().size() == before + 1);
                 FUZZ_CHECK(space.GetPoints().back() == point);
             } else if (op == 5) {
+                if (Crowded(space)) continue;
                 double threshold = in.Int(0, 10) / 10.0;
                 space.RemoveShared(threshold);
                 if (threshold >= 0.999)

@@ -404,6 +404,10 @@ bool ORVEX::IDelaunay2D::RotateAround(IMeshPoint* r, double x, double y, IDelaun
         if (--budget < 0) return false;
         i = n->ClockwiseNeighbor(r);
         IDelaunayTriangle* m = n->fNeighbors[i];
+        // Only a walk that rounding has turned back into this insertion's
+        // own unfinished fan finds a missing neighbour.  There is nothing to
+        // walk on to, so the insertion fails as one out of budget does.
+        if (!m) return false;
         if (m->GetFlag().HasSplit()) {
             n = m;
         } else if (m->Conflict(x, y)) {

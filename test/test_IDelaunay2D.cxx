@@ -868,6 +868,24 @@ TEST(IDelaunay2D, CocircularGridCanFailWithFindConflict) {
         << log.text.str();
 }
 
+TEST(IDelaunay2D, WalkTurnedIntoItsOwnUnfinishedFanFailsWithFindConflict) {
+    // Corners some 1e30 out beside points near the origin: the conflict
+    // tests round so that the walk round the last point's region comes back
+    // into the first triangle of its own fan, whose other neighbours are not
+    // linked yet.
+    const std::vector<XY> points = {{0.75, -0.25},  {-0.5, 0.5}, {-0.5, 1.5e30}, {-1e30, 0.5},
+                                    {-0.75, -0.75}, {0.5, 0.75}, {-0.25, 0.5}};
+    CapturedDebug log(IORVEXLog::SevereLevel);
+    {
+        IDelaunay2D mesh;
+        EXPECT_EQ(InsertUntilFailure(mesh, points), 6);
+        EXPECT_EQ(mesh.GetPoints().size(), 7u);
+    }
+    EXPECT_TRUE(std::regex_match(
+        log.text.str(), std::regex("SEVERE: [^\n]*IDelaunay2D\\.cxx:[0-9]+: Find Conflict\n")))
+        << log.text.str();
+}
+
 TEST(IDelaunay2D, ShuffledCocircularGridsFailNowAndThen) {
     CapturedDebug log(IORVEXLog::SevereLevel);
     std::vector<XY> grid;

@@ -1085,6 +1085,26 @@ TEST_F(DriftTest, AdaptiveDriftFromANaNStartThrowsEDriftNotANumber) {
     EXPECT_FALSE(cloud.IsDrifted());
 }
 
+TEST_F(DriftTest, AdaptiveDriftWithZeroMobilityThrowsEDriftNotANumber) {
+    // The drift field is the drift speed over the mobility: infinite, and
+    // the velocities NaN from the first step on.
+    IDriftManager m;
+    m.InitializeFromDB(true, 50.0, 0.5, 1000, 1e-3, 2.0, kOmegaTau, 0.0, 1.0);
+    IFieldManager::SetUniformField(TVector3(0, 0, 0.5 * kTesla));
+    IElectronCloud cloud(10, TVector3(100, 0, 0), TVector3(), 0.0, -1);
+    DebugCapture debug;
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(m.DriftUntilTLim(cloud, 1000.0), EDriftNotANumber);
+    // The second half step starts from a NaN point.
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), kPlaneMessage);
+    EXPECT_TRUE(
+        debug.IsErrorLineEndingIn(": ORVEX::IDriftManager::Drift: step 2 from (100, 0, 0) "
+                                  "at time 0 has error estimate -nan against ErrorTol "
+                                  "0.001\n"))
+        << debug.text.str();
+    EXPECT_FALSE(cloud.IsDrifted());
+}
+
 TEST_F(DriftTest, NaNErrorToleranceThrowsEDriftNotANumber) {
     IDriftManager m;
     m.InitializeFromDB(true, 50.0, 0.5, 1000, kNaN, 2.0, kOmegaTau, kMu, 1.0);
