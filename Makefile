@@ -113,7 +113,9 @@ fuzz: sanitize-build
 
 # SOAK_ROUNDS random inputs through all the harnesses in one sanitized
 # process, with the heap in use reported at intervals.
+# SOAK_UNIT, when set, names the one harness to run.
 SOAK_ROUNDS ?= 1000000
+SOAK_SEED ?= 1
 
 soak: sanitize-build
-	$(SANITIZE_ENV) $(SANITIZE_BUILD)/bin/ovSoak $(SOAK_ROUNDS)
+	$(SANITIZE_ENV) $(SANITIZE_BUILD)/bin/ovSoak $(SOAK_ROUNDS) $(SOAK_SEED) $(SOAK_UNIT)
