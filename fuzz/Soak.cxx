@@ -43,10 +43,10 @@ namespace {
         long calls;
     };
 
-    // How often each harness is drawn.  They differ in cost by more than
-    // three orders of magnitude (a tracked particle on random bytes takes
-    // about half a second sanitized, a line fit a tenth of a millisecond), so
-    // a uniform draw would turn a million rounds into days of tracking.
+    // How often each harness is drawn.  They differ in cost by some four
+    // orders of magnitude (a particle tracked on random bytes can take a
+    // second sanitized, a line fit a tenth of a millisecond), so a uniform
+    // draw would turn a million rounds into days of tracking.
     // With these shares no family takes more than a few minutes of a
     // million rounds, and the cheapest still see some 160 000 inputs each.
     unsigned Share(const std::string& name) {
